@@ -1,0 +1,33 @@
+# tavrin_target(NAME): the warnings, sanitizers and definitions that every target of this tree is built with.
+function(tavrin_target name)
+  if(MSVC)
+    target_compile_options(${name} PRIVATE /W4 /permissive- /Zc:__cplusplus /utf-8 $<$<BOOL:${TAVRIN_WERROR}>:/WX>)
+  else()
+    target_compile_options(${name} PRIVATE
+      -Wall -Wextra -Wpedantic -Wshadow -Woverloaded-virtual
+      $<$<BOOL:${TAVRIN_WERROR}>:-Werror>)
+    if(TAVRIN_SANITIZE)
+      target_compile_options(${name} PRIVATE -fsanitize=${TAVRIN_SANITIZE} -fno-omit-frame-pointer
+        -fno-sanitize-recover=all)
+      target_link_options(${name} PRIVATE -fsanitize=${TAVRIN_SANITIZE})
+    endif()
+  endif()
+  target_compile_definitions(${name} PRIVATE NOMINMAX WIN32_LEAN_AND_MEAN)
+  target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
+endfunction()
+
+# tavrin_add_test(NAME SOURCES... [LIBRARIES...]): one GoogleTest program, run once as one ctest entry.
+function(tavrin_add_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES;ENVIRONMENT")
+  add_executable(${name} ${arg_SOURCES})
+  tavrin_target(${name})
+  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest GTest::gmock)
+  if(NOT arg_TIMEOUT)
+    set(arg_TIMEOUT 120)
+  endif()
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
+  if(arg_ENVIRONMENT)
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT "${arg_ENVIRONMENT}")
+  endif()
+endfunction()
