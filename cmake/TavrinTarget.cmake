@@ -31,3 +31,14 @@ function(tavrin_add_test name)
     set_tests_properties(${name} PROPERTIES ENVIRONMENT "${arg_ENVIRONMENT}")
   endif()
 endfunction()
+
+# tavrin_link_ndi(NAME): links the NDI runtime without saying where it is. The loader's search path decides whether the
+# vendor's runtime or the local one of this tree answers, so the binary's own run path names this tree's libraries only.
+function(tavrin_link_ndi name)
+  target_link_libraries(${name} PRIVATE ndi_interface ndi_local)
+  if(NOT WIN32)
+    set_target_properties(${name} PROPERTIES
+      BUILD_WITH_INSTALL_RPATH ON
+      INSTALL_RPATH "$ORIGIN/../lib;$ORIGIN/../../../lib")
+  endif()
+endfunction()
