@@ -1,0 +1,71 @@
+# Shared by ./demo and ./check: installs what a build needs, configures and builds. Sourced, not run.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+say() { printf '%s\n' "$*"; }
+fail() {
+    printf '%s: %s\n' "${0##*/}" "$1" >&2
+    exit "${2:-1}"
+}
+
+# What each group of Debian packages is for.
+build_packages=(g++ cmake ninja-build ccache libwine-dev qtbase5-dev qtdeclarative5-dev qml-module-qtqml
+    qml-module-qtquick2 libboost-dev libyuv-dev)
+build_reason="compiler, build tools, Qt 5, the Windows interface headers, Boost and libyuv"
+test_packages=(libgtest-dev libgmock-dev)
+test_reason="GoogleTest"
+lint_packages=(clang-format clang-tidy)
+lint_reason="formatting and static checks"
+
+missing_packages() {
+    local package
+    for package in "$@"; do
+        [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || printf '%s ' "$package"
+    done
+}
+
+# need WHY PACKAGE...: installs the packages that are missing, or says which they are and ends with $allow_install=no.
+need() {
+    local why=$1 missing
+    shift
+    command -v dpkg-query >/dev/null || fail "this is not a Debian system; it needs: $* ($why)"
+    missing=$(missing_packages "$@")
+    [ -n "$missing" ] || return 0
+    say "Missing Debian packages ($why): $missing"
+    if [ "${allow_install:-yes}" = no ]; then
+        fail "not installing them (--no-install); run: apt-get install $missing"
+    fi
+    local -a as_root=()
+    [ "$(id -u)" = 0 ] || as_root=(sudo)
+    say "Installing them with apt-get."
+    # A list that is already here may do; it is fetched only when it does not.
+    # shellcheck disable=SC2086
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing \
+        >"$(log_file install)" 2>&1 ||
+        { "${as_root[@]}" apt-get update -q >>"$(log_file install)" 2>&1 &&
+            "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends $missing \
+                >>"$(log_file install)" 2>&1; } ||
+        { tail -n 20 "$(log_file install)" >&2 && fail "apt-get failed; its output is in $(log_file install)"; }
+}
+
+log_file() {
+    mkdir -p "$root/build/log"
+    printf '%s' "$root/build/log/$1.log"
+}
+
+# build PRESET [TARGET...]: configures once and builds; ninja runs cmake again when a build file changed.
+build() {
+    local preset=$1
+    shift
+    if [ ! -f "$root/build/$preset/build.ninja" ]; then
+        say "Configuring build/$preset"
+        (cd "$root" && cmake --preset "$preset") >"$(log_file "configure-$preset")" 2>&1 ||
+            { cat "$(log_file "configure-$preset")" >&2 && fail "configuring build/$preset failed"; }
+    fi
+    local targets=("$@")
+    cmake --build "$root/build/$preset" --parallel "$(nproc)" ${targets:+--target "${targets[@]}"} \
+        >"$(log_file "build-$preset")" 2>&1 ||
+        { grep -E -A 12 'error|FAILED' "$(log_file "build-$preset")" | head -n 80 >&2
+            fail "building build/$preset failed; its output is in $(log_file "build-$preset")"; }
+}
