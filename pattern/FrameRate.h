@@ -22,7 +22,7 @@ struct FrameRate {
     }
 };
 
-constexpr std::int64_t kHnsPerSecond = 10'000'000;
+constexpr std::int64_t HnsPerSecond = 10'000'000;
 
 // The pattern flashes and beeps for the first tenth of each second, at least for one frame. Both begin with a frame:
 // the first one that starts within the second.
@@ -31,7 +31,7 @@ constexpr bool isFlashFrame(std::int64_t frame, const FrameRate &rate)
     const std::int64_t second = rate.frameStart(frame, 1);
     if (frame == 0 || rate.frameStart(frame - 1, 1) != second)
         return true;
-    return rate.frameStart(frame, kHnsPerSecond) - second * kHnsPerSecond < kHnsPerSecond / 10;
+    return rate.frameStart(frame, HnsPerSecond) - second * HnsPerSecond < HnsPerSecond / 10;
 }
 
 } // namespace pattern

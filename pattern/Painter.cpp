@@ -9,14 +9,14 @@ namespace pattern
 namespace
 {
 
-constexpr Colour kInk{255, 255, 255};
-constexpr Colour kPaper{0, 0, 0};
+constexpr Colour Ink{255, 255, 255};
+constexpr Colour Paper{0, 0, 0};
 
-constexpr int kGlyphColumns = 5;
-constexpr int kGlyphRows = 7;
+constexpr int GlyphColumns = 5;
+constexpr int GlyphRows = 7;
 
 // One line of dots per entry, the leftmost dot in bit 4.
-constexpr std::uint8_t kDigits[10][kGlyphRows] = {
+constexpr std::uint8_t Figures[10][GlyphRows] = {
     {0x0e, 0x11, 0x13, 0x15, 0x19, 0x11, 0x0e}, // 0
     {0x04, 0x0c, 0x04, 0x04, 0x04, 0x04, 0x0e}, // 1
     {0x0e, 0x11, 0x01, 0x02, 0x04, 0x08, 0x1f}, // 2
@@ -40,10 +40,10 @@ Rect insidePicture(const Rect &rect, const Picture &picture)
 
 void drawDigit(const Picture &picture, int x, int y, int scale, unsigned digit)
 {
-    for (int row = 0; row < kGlyphRows; ++row) {
-        for (int column = 0; column < kGlyphColumns; ++column) {
-            if ((kDigits[digit][row] >> (kGlyphColumns - 1 - column) & 1) != 0)
-                fillRect(picture, {x + column * scale, y + row * scale, scale, scale}, kInk);
+    for (int row = 0; row < GlyphRows; ++row) {
+        for (int column = 0; column < GlyphColumns; ++column) {
+            if ((Figures[digit][row] >> (GlyphColumns - 1 - column) & 1) != 0)
+                fillRect(picture, {x + column * scale, y + row * scale, scale, scale}, Ink);
         }
     }
 }
@@ -86,9 +86,9 @@ void fillRect(const Picture &picture, const Rect &rect, const Colour &colour)
 
 void drawNumber(const Picture &picture, int x, int y, int scale, std::uint64_t number, int digits)
 {
-    fillRect(picture, {x, y, digits * kDigitColumns * scale, kDigitRows * scale}, kPaper);
+    fillRect(picture, {x, y, digits * DigitColumns * scale, DigitRows * scale}, Paper);
     for (int i = digits - 1; i >= 0; --i, number /= 10)
-        drawDigit(picture, x + i * kDigitColumns * scale, y, scale, static_cast<unsigned>(number % 10));
+        drawDigit(picture, x + i * DigitColumns * scale, y, scale, static_cast<unsigned>(number % 10));
 }
 
 } // namespace pattern

@@ -55,9 +55,9 @@ constexpr int pixelBytes(PixelLayout layout)
 void fillRect(const Picture &picture, const Rect &rect, const Colour &colour);
 
 // A number with leading zeros in figures of 5 x 7 dots, each dot `scale` pixels wide and high (even), in cells of
-// kDigitColumns x kDigitRows dots.
-constexpr int kDigitColumns = 6;
-constexpr int kDigitRows = 8;
+// DigitColumns x DigitRows dots.
+constexpr int DigitColumns = 6;
+constexpr int DigitRows = 8;
 void drawNumber(const Picture &picture, int x, int y, int scale, std::uint64_t number, int digits);
 
 } // namespace pattern

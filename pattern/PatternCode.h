@@ -29,19 +29,19 @@ struct PatternCode {
     std::uint64_t sendTimeHns = 0; // see steadyNowHns()
 };
 
-constexpr int kCodeBits = 160;
-constexpr int kCodeBlock = 8; // pixels and lines
-constexpr int kCodeMostRows = 8;
+constexpr int CodeBits = 160;
+constexpr int CodeBlock = 8; // pixels and lines
+constexpr int CodeMostRows = 8;
 
 // A picture of this size or larger can carry the code.
-constexpr int kCodeMinWidth = kCodeBits / kCodeMostRows * kCodeBlock;
-constexpr int kCodeMinHeight = kCodeMostRows * kCodeBlock;
+constexpr int CodeMinWidth = CodeBits / CodeMostRows * CodeBlock;
+constexpr int CodeMinHeight = CodeMostRows * CodeBlock;
 
 // Rows of blocks in a picture of this width; 0 when it is too narrow.
 constexpr int codeRows(int width)
 {
-    for (int rows = 1; rows <= kCodeMostRows; rows *= 2) {
-        if (kCodeBits / rows * kCodeBlock <= width)
+    for (int rows = 1; rows <= CodeMostRows; rows *= 2) {
+        if (CodeBits / rows * CodeBlock <= width)
             return rows;
     }
     return 0;
@@ -50,7 +50,7 @@ constexpr int codeRows(int width)
 // Lines that the code occupies at the top of a frame of this width; 0 when it is too narrow.
 constexpr int codeHeight(int width)
 {
-    return codeRows(width) * kCodeBlock;
+    return codeRows(width) * CodeBlock;
 }
 
 inline std::uint64_t steadyNowHns()
@@ -63,7 +63,7 @@ inline std::uint64_t steadyNowHns()
 namespace detail
 {
 
-using CodeBytes = std::array<std::uint8_t, kCodeBits / 8>;
+using CodeBytes = std::array<std::uint8_t, CodeBits / 8>;
 
 inline std::uint32_t crc32(const std::uint8_t *bytes, std::size_t count)
 {
@@ -110,7 +110,7 @@ inline void fillBlockLine(std::uint8_t *line, PixelLayout layout, int x, bool wh
 {
     const std::uint8_t luma = white ? 235 : 16;
     const std::uint8_t full = white ? 255 : 0;
-    for (int i = x; i < x + kCodeBlock; ++i) {
+    for (int i = x; i < x + CodeBlock; ++i) {
         std::uint8_t *grey = line + greyOffset(layout, i);
         switch (layout) {
         case PixelLayout::UYVY:
@@ -138,7 +138,7 @@ inline bool isWhiteBlock(const ConstPicture &picture, int x, int y, int blockHei
     int sum = 0;
     int count = 0;
     for (int line = y + blockHeight / 4; line < y + blockHeight * 3 / 4; ++line) {
-        for (int i = x + kCodeBlock / 4; i < x + kCodeBlock * 3 / 4; ++i, ++count)
+        for (int i = x + CodeBlock / 4; i < x + CodeBlock * 3 / 4; ++i, ++count)
             sum += picture.line(line)[greyOffset(picture.layout, i)];
     }
     return sum > count * 126;
@@ -150,10 +150,10 @@ inline std::optional<PatternCode> readBlocks(const ConstPicture &picture, int bl
     if (rows == 0 || picture.height < rows * blockHeight)
         return std::nullopt;
 
-    const int perRow = kCodeBits / rows;
+    const int perRow = CodeBits / rows;
     CodeBytes bytes{};
-    for (int bit = 0; bit < kCodeBits; ++bit) {
-        if (isWhiteBlock(picture, bit % perRow * kCodeBlock, bit / perRow * blockHeight, blockHeight))
+    for (int bit = 0; bit < CodeBits; ++bit) {
+        if (isWhiteBlock(picture, bit % perRow * CodeBlock, bit / perRow * blockHeight, blockHeight))
             bytes[static_cast<std::size_t>(bit / 8)] |= static_cast<std::uint8_t>(0x80 >> bit % 8);
     }
     if (getBigEndian(&bytes[16], 4) != crc32(bytes.data(), 16))
@@ -167,7 +167,7 @@ inline std::optional<PatternCode> readBlocks(const ConstPicture &picture, int bl
 inline bool writeCode(const Picture &picture, const PatternCode &code)
 {
     const int rows = codeRows(picture.width);
-    if (rows == 0 || picture.height < rows * kCodeBlock)
+    if (rows == 0 || picture.height < rows * CodeBlock)
         return false;
 
     detail::CodeBytes bytes{};
@@ -175,12 +175,12 @@ inline bool writeCode(const Picture &picture, const PatternCode &code)
     detail::putBigEndian(&bytes[8], code.sendTimeHns, 8);
     detail::putBigEndian(&bytes[16], detail::crc32(bytes.data(), 16), 4);
 
-    const int perRow = kCodeBits / rows;
-    for (int y = 0; y < rows * kCodeBlock; ++y) {
+    const int perRow = CodeBits / rows;
+    for (int y = 0; y < rows * CodeBlock; ++y) {
         for (int i = 0; i < perRow; ++i) {
-            const int bit = y / kCodeBlock * perRow + i;
+            const int bit = y / CodeBlock * perRow + i;
             const bool white = (bytes[static_cast<std::size_t>(bit / 8)] & 0x80 >> bit % 8) != 0;
-            detail::fillBlockLine(picture.line(y), picture.layout, i * kCodeBlock, white);
+            detail::fillBlockLine(picture.line(y), picture.layout, i * CodeBlock, white);
         }
     }
     return true;
@@ -189,8 +189,8 @@ inline bool writeCode(const Picture &picture, const PatternCode &code)
 // Nothing when the picture carries no code or a damaged one.
 inline std::optional<PatternCode> readCode(const ConstPicture &picture)
 {
-    const auto frame = detail::readBlocks(picture, kCodeBlock);
-    return frame ? frame : detail::readBlocks(picture, kCodeBlock / 2);
+    const auto frame = detail::readBlocks(picture, CodeBlock);
+    return frame ? frame : detail::readBlocks(picture, CodeBlock / 2);
 }
 
 inline std::optional<PatternCode> readCode(const Picture &picture)

@@ -25,7 +25,7 @@ enum class Scan {
 class TestPicture
 {
 public:
-    // UYVY, YUY2 or BGRA; an even width of at least 2 pixels. A picture narrower than kCodeMinWidth or lower than
+    // UYVY, YUY2 or BGRA; an even width of at least 2 pixels. A picture narrower than CodeMinWidth or lower than
     // codeHeight() carries no code, a very small one no figures.
     TestPicture(PixelLayout layout, int width, int height, Scan scan = Scan::Progressive);
 
@@ -36,10 +36,10 @@ public:
     void draw(std::uint64_t frame, bool flash);
 
     // Writes the code; last, as it holds the time. False when the picture is too small for it.
-    bool stamp(const PatternCode &code) { return writeCode(picture_, code); }
+    bool stamp(const PatternCode &code) { return writeCode(m_picture, code); }
 
     // Lines lie from the top down without a gap.
-    const Picture &picture() const { return picture_; }
+    const Picture &picture() const { return m_picture; }
     static constexpr int stride(PixelLayout layout, int width) { return width * pixelBytes(layout); }
 
 private:
@@ -48,16 +48,16 @@ private:
     int barPosition(std::uint64_t halfFrame) const;
     void drawFigures(std::uint64_t frame);
 
-    std::vector<std::uint8_t> pixels_;
-    Picture picture_;
-    Scan scan_;
-    Rect bars_;
-    Rect flashBox_;
-    int barWidth_;
-    int digitScale_;
-    std::array<int, 2> shownAt_{-1, -1}; // the white bar's place in even and odd lines; -1: not there yet
-    std::vector<std::uint8_t> barsLine_; // one line of the colour bars, to put back what the white bar covered
-    std::vector<std::uint8_t> whiteLine_;
+    std::vector<std::uint8_t> m_pixels;
+    Picture m_picture;
+    Scan m_scan;
+    Rect m_bars;
+    Rect m_flashBox;
+    int m_barWidth;
+    int m_digitScale;
+    std::array<int, 2> m_shownAt{-1, -1}; // the white bar's place in even and odd lines; -1: not there yet
+    std::vector<std::uint8_t> m_barsLine; // one line of the colour bars, to put back what the white bar covered
+    std::vector<std::uint8_t> m_whiteLine;
 };
 
 } // namespace pattern

@@ -18,11 +18,11 @@ public:
     // Samples first .. first + count - 1 of one channel.
     void render(int channel, std::int64_t first, int count, bool beep, float *out) const;
 
-    static constexpr int kBeepHz = 1000;
+    static constexpr int BeepHz = 1000;
     static constexpr int toneHz(int channel) { return 440 + 110 * channel; }
 
 private:
-    std::vector<float> sine_; // one period in as many steps as a second has samples
+    std::vector<float> m_sine; // one period in as many steps as a second has samples
 };
 
 } // namespace pattern

@@ -12,8 +12,8 @@ using namespace pattern;
 namespace
 {
 
-constexpr PatternCode kCode{0x0123456789abcdefULL, 0xfedcba9876543210ULL};
-constexpr int kGuard = 64;
+constexpr PatternCode SomeCode{0x0123456789abcdefULL, 0xfedcba9876543210ULL};
+constexpr int Guard = 64;
 
 int bytesPerPixel(PixelLayout layout)
 {
@@ -33,8 +33,8 @@ int bytesPerPixel(PixelLayout layout)
 struct Buffer {
     Buffer(PixelLayout layout, int width, int height, int padding = 24)
         : pitch(width * bytesPerPixel(layout) + padding),
-          bytes(static_cast<std::size_t>(pitch * height + 2 * kGuard), 100), picture{bytes.data() + kGuard, pitch,
-                                                                                     width, height, layout}
+          bytes(static_cast<std::size_t>(pitch * height + 2 * Guard), 100), picture{bytes.data() + Guard, pitch, width,
+                                                                                    height, layout}
     {
     }
 
@@ -54,8 +54,8 @@ struct Buffer {
 void expectCode(const std::optional<PatternCode> &code)
 {
     ASSERT_TRUE(code.has_value());
-    EXPECT_EQ(code->frame, kCode.frame);
-    EXPECT_EQ(code->sendTimeHns, kCode.sendTimeHns);
+    EXPECT_EQ(code->frame, SomeCode.frame);
+    EXPECT_EQ(code->sendTimeHns, SomeCode.sendTimeHns);
 }
 
 class PatternCodeLayouts : public testing::TestWithParam<PixelLayout>
@@ -64,10 +64,10 @@ class PatternCodeLayouts : public testing::TestWithParam<PixelLayout>
 
 TEST_P(PatternCodeLayouts, WhatIsWrittenIsReadBackAtEveryNumberOfRows)
 {
-    for (const int width : {kCodeMinWidth, 318, 320, 638, 640, 1278, 1280, 1920, 3840}) {
+    for (const int width : {CodeMinWidth, 318, 320, 638, 640, 1278, 1280, 1920, 3840}) {
         SCOPED_TRACE(width);
-        const Buffer buffer(GetParam(), width, kCodeMinHeight);
-        ASSERT_TRUE(writeCode(buffer.picture, kCode));
+        const Buffer buffer(GetParam(), width, CodeMinHeight);
+        ASSERT_TRUE(writeCode(buffer.picture, SomeCode));
         expectCode(readCode(buffer.picture));
     }
 }
@@ -75,7 +75,7 @@ TEST_P(PatternCodeLayouts, WhatIsWrittenIsReadBackAtEveryNumberOfRows)
 TEST_P(PatternCodeLayouts, BottomUpPicturesCarryTheCodeAtTheirTop)
 {
     const Buffer buffer(GetParam(), 640, 480);
-    ASSERT_TRUE(writeCode(buffer.bottomUp(), kCode));
+    ASSERT_TRUE(writeCode(buffer.bottomUp(), SomeCode));
     expectCode(readCode(buffer.bottomUp()));
     EXPECT_FALSE(readCode(buffer.picture));
 }
@@ -83,7 +83,7 @@ TEST_P(PatternCodeLayouts, BottomUpPicturesCarryTheCodeAtTheirTop)
 TEST_P(PatternCodeLayouts, AFieldOfTheFrameCarriesTheCode)
 {
     const Buffer buffer(GetParam(), 720, 576);
-    ASSERT_TRUE(writeCode(buffer.picture, kCode));
+    ASSERT_TRUE(writeCode(buffer.picture, SomeCode));
     for (const int parity : {0, 1}) {
         Picture field = buffer.picture;
         field.topLine += parity * field.stride;
@@ -96,10 +96,10 @@ TEST_P(PatternCodeLayouts, AFieldOfTheFrameCarriesTheCode)
 TEST_P(PatternCodeLayouts, NothingIsWrittenBelowBesideOrBetweenTheLines)
 {
     const Buffer buffer(GetParam(), 330, 100);
-    ASSERT_TRUE(writeCode(buffer.picture, kCode));
+    ASSERT_TRUE(writeCode(buffer.picture, SomeCode));
     const int used = 320 * bytesPerPixel(GetParam());
     for (std::size_t i = 0; i < buffer.bytes.size(); ++i) {
-        const int at = static_cast<int>(i) - kGuard;
+        const int at = static_cast<int>(i) - Guard;
         const bool inside = at >= 0 && at / buffer.pitch < codeHeight(330) && at % buffer.pitch < used;
         ASSERT_TRUE(inside || buffer.bytes[i] == 100) << "byte " << at;
     }
@@ -107,10 +107,10 @@ TEST_P(PatternCodeLayouts, NothingIsWrittenBelowBesideOrBetweenTheLines)
 
 TEST_P(PatternCodeLayouts, APictureThatIsTooSmallIsLeftAlone)
 {
-    for (const auto &[width, height] : {std::pair{kCodeMinWidth - 1, 480}, {kCodeMinWidth, kCodeMinHeight - 1}}) {
+    for (const auto &[width, height] : {std::pair{CodeMinWidth - 1, 480}, {CodeMinWidth, CodeMinHeight - 1}}) {
         const Buffer buffer(GetParam(), width, height);
         const auto before = buffer.bytes;
-        EXPECT_FALSE(writeCode(buffer.picture, kCode));
+        EXPECT_FALSE(writeCode(buffer.picture, SomeCode));
         EXPECT_EQ(buffer.bytes, before);
         EXPECT_FALSE(readCode(buffer.picture));
     }
@@ -131,10 +131,10 @@ TEST(PatternCode, BlackGreyAndWhitePicturesCarryNone)
 TEST(PatternCode, EverySingleDamagedBlockIsNoticed)
 {
     Buffer buffer(PixelLayout::NV12, 1280, 64);
-    for (int bit = 0; bit < kCodeBits; ++bit) {
-        ASSERT_TRUE(writeCode(buffer.picture, kCode));
-        for (int y = 0; y < kCodeBlock; ++y) {
-            for (int x = bit * kCodeBlock; x < (bit + 1) * kCodeBlock; ++x)
+    for (int bit = 0; bit < CodeBits; ++bit) {
+        ASSERT_TRUE(writeCode(buffer.picture, SomeCode));
+        for (int y = 0; y < CodeBlock; ++y) {
+            for (int x = bit * CodeBlock; x < (bit + 1) * CodeBlock; ++x)
                 buffer.picture.line(y)[x] = static_cast<std::uint8_t>(251 - buffer.picture.line(y)[x]);
         }
         EXPECT_FALSE(readCode(buffer.picture)) << bit;
@@ -144,7 +144,7 @@ TEST(PatternCode, EverySingleDamagedBlockIsNoticed)
 TEST(PatternCode, SurvivesNoiseAndContrastLoss)
 {
     Buffer buffer(PixelLayout::UYVY, 640, 480);
-    ASSERT_TRUE(writeCode(buffer.picture, kCode));
+    ASSERT_TRUE(writeCode(buffer.picture, SomeCode));
     std::uint32_t random = 1;
     for (int y = 0; y < codeHeight(640); ++y) {
         for (int x = 0; x < 640; ++x) {
@@ -159,7 +159,7 @@ TEST(PatternCode, SurvivesNoiseAndContrastLoss)
 TEST(PatternCode, SurvivesConversionFromBgraToUyvyAndToNv12)
 {
     const Buffer bgra(PixelLayout::BGRA, 640, 480, 0);
-    ASSERT_TRUE(writeCode(bgra.picture, kCode));
+    ASSERT_TRUE(writeCode(bgra.picture, SomeCode));
 
     const Buffer uyvy(PixelLayout::UYVY, 640, 480, 0);
     ASSERT_EQ(libyuv::ARGBToUYVY(bgra.picture.topLine, bgra.pitch, uyvy.picture.topLine, uyvy.pitch, 640, 480), 0);
@@ -176,7 +176,7 @@ TEST(PatternCode, SurvivesConversionFromBgraToUyvyAndToNv12)
 TEST(PatternCode, SurvivesConversionFromUyvyToBgra)
 {
     const Buffer uyvy(PixelLayout::UYVY, 640, 480, 0);
-    ASSERT_TRUE(writeCode(uyvy.picture, kCode));
+    ASSERT_TRUE(writeCode(uyvy.picture, SomeCode));
     const Buffer bgra(PixelLayout::BGRA, 640, 480, 0);
     ASSERT_EQ(libyuv::UYVYToARGB(uyvy.picture.topLine, uyvy.pitch, bgra.picture.topLine, bgra.pitch, 640, 480), 0);
     expectCode(readCode(bgra.picture));

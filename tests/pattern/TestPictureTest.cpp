@@ -104,7 +104,7 @@ TEST(TestPicture, EverySizeFromTheSmallestIsDrawnInsideItsMemory)
             TestPicture test(PixelLayout::UYVY, width, height);
             for (std::uint64_t frame = 0; frame < 300; ++frame)
                 test.draw(frame, frame % 2 == 0);
-            EXPECT_EQ(test.stamp({1, 2}), width >= kCodeMinWidth && height >= codeHeight(width));
+            EXPECT_EQ(test.stamp({1, 2}), width >= CodeMinWidth && height >= codeHeight(width));
         }
     }
 }
@@ -155,14 +155,14 @@ TEST(FrameRate, FramesStartWhereTheFractionSays)
     EXPECT_EQ(ntsc.frameStart(1, 48000), 1601);
     EXPECT_EQ(ntsc.frameStart(2, 48000), 3203);
     EXPECT_EQ(ntsc.frameStart(5, 48000), 8008);
-    EXPECT_EQ(ntsc.frameStart(30000, kHnsPerSecond), 1001 * kHnsPerSecond);
+    EXPECT_EQ(ntsc.frameStart(30000, HnsPerSecond), 1001 * HnsPerSecond);
 }
 
 TEST(FrameRate, AYearOfFramesDoesNotOverflow)
 {
     constexpr FrameRate fast{60000, 1001};
     constexpr std::int64_t year = 60000LL * 31536;
-    EXPECT_EQ(fast.frameStart(year, kHnsPerSecond), 1001LL * 31536 * kHnsPerSecond);
+    EXPECT_EQ(fast.frameStart(year, HnsPerSecond), 1001LL * 31536 * HnsPerSecond);
     EXPECT_EQ(fast.frameStart(year * 1000, 48000), 1001LL * 31536 * 1000 * 48000);
 }
 
