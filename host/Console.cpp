@@ -1,0 +1,116 @@
+// All of the host that differs between operating systems.
+
+#include "host/Console.h"
+
+#include <QtCore/QSocketNotifier>
+
+#ifdef Q_OS_WIN
+#include <windows.h>
+
+#include <io.h>
+#include <stdio.h>
+#else
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
+#include <atomic>
+#include <cstdlib>
+
+namespace host
+{
+
+namespace
+{
+
+constexpr int ForcedExitCode = 130; // what shells report for a program ended by Ctrl-C
+
+std::atomic<int> interrupts{0};
+
+#ifdef Q_OS_WIN
+
+std::atomic<Interrupt *> listener{nullptr};
+
+// Runs on a thread that the system makes for it.
+BOOL WINAPI onControl(DWORD)
+{
+    if (++interrupts > 1)
+        TerminateProcess(GetCurrentProcess(), ForcedExitCode);
+    if (Interrupt *const object = listener)
+        QMetaObject::invokeMethod(object, &Interrupt::interrupted, Qt::QueuedConnection);
+    return TRUE;
+}
+
+#else
+
+int wakePipe[2] = {-1, -1}; // written by the signal handler, read by the notifier
+
+void onSignal(int)
+{
+    if (++interrupts > 1)
+        _exit(ForcedExitCode);
+    const char byte = 1;
+    if (write(wakePipe[1], &byte, 1) < 0)
+        _exit(ForcedExitCode);
+}
+
+#endif
+
+} // namespace
+
+#ifdef Q_OS_WIN
+
+Interrupt::Interrupt(QObject *parent) : QObject(parent)
+{
+    interrupts = 0;
+    listener = this;
+    SetConsoleCtrlHandler(&onControl, TRUE);
+}
+
+Interrupt::~Interrupt()
+{
+    SetConsoleCtrlHandler(&onControl, FALSE);
+    listener = nullptr;
+}
+
+bool isTerminal()
+{
+    return _isatty(_fileno(stdout)) != 0;
+}
+
+#else
+
+Interrupt::Interrupt(QObject *parent) : QObject(parent)
+{
+    interrupts = 0;
+    if (pipe(wakePipe) != 0)
+        return;
+    fcntl(wakePipe[0], F_SETFD, FD_CLOEXEC);
+    fcntl(wakePipe[1], F_SETFD, FD_CLOEXEC);
+    auto *const notifier = new QSocketNotifier(wakePipe[0], QSocketNotifier::Read, this);
+    connect(notifier, &QSocketNotifier::activated, this, [this] {
+        char byte = 0;
+        if (read(wakePipe[0], &byte, 1) == 1)
+            Q_EMIT interrupted();
+    });
+    std::signal(SIGINT, &onSignal);
+    std::signal(SIGTERM, &onSignal);
+}
+
+Interrupt::~Interrupt()
+{
+    std::signal(SIGINT, SIG_DFL);
+    std::signal(SIGTERM, SIG_DFL);
+    close(wakePipe[0]);
+    close(wakePipe[1]);
+}
+
+bool isTerminal()
+{
+    return isatty(STDOUT_FILENO) != 0;
+}
+
+#endif
+
+} // namespace host

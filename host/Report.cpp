@@ -1,0 +1,70 @@
+#include "host/Report.h"
+
+#include "host/monitor/Monitor.h"
+
+#include <QtCore/QJsonArray>
+#include <QtCore/QSaveFile>
+
+namespace host
+{
+
+namespace
+{
+
+QString videoText(const VideoFigures &figures)
+{
+    if (!figures.format || figures.stream.samples == 0)
+        return QStringLiteral("no picture");
+    QString text = QStringLiteral("%1 %2x%3 %4 fps")
+                       .arg(subtypeName(figures.format->subtype))
+                       .arg(figures.format->width)
+                       .arg(figures.format->height)
+                       .arg(figures.stream.rate, 0, 'f', 2);
+    if (figures.coded > 0)
+        return text + QStringLiteral(", %1 lost, %2 ms").arg(figures.lost).arg(figures.latencyMedianMs, 0, 'f', 1);
+    return text + QStringLiteral(", %1 gaps").arg(figures.stream.gaps);
+}
+
+QString audioText(const AudioFigures &figures)
+{
+    if (figures.sampleRate == 0 || figures.stream.samples == 0)
+        return QStringLiteral("no sound");
+    return QStringLiteral("%1 Hz x %2, %3 dBFS")
+        .arg(figures.sampleRate)
+        .arg(figures.channels)
+        .arg(figures.peakDbfs, 0, 'f', 1);
+}
+
+} // namespace
+
+QJsonObject report(const QString &scene, double seconds, const QList<Monitor *> &monitors)
+{
+    QJsonArray list;
+    for (const Monitor *const monitor : monitors) {
+        list.append(QJsonObject{{QStringLiteral("name"), monitor->name()},
+                                {QStringLiteral("video"), QJsonObject::fromVariantMap(monitor->video())},
+                                {QStringLiteral("audio"), QJsonObject::fromVariantMap(monitor->audio())},
+                                {QStringLiteral("avOffsetMs"), monitor->avOffset()}});
+    }
+    return {{QStringLiteral("scene"), scene}, {QStringLiteral("seconds"), seconds}, {QStringLiteral("monitors"), list}};
+}
+
+QString statusText(const Monitor &monitor)
+{
+    const QString name = monitor.name().isEmpty() ? QString() : monitor.name() + QStringLiteral(": ");
+    QString text = name + videoText(monitor.videoFigures());
+    if (monitor.audioInput()->getConnectedOutput())
+        text += QStringLiteral(" | ") + audioText(monitor.audioFigures());
+    return text;
+}
+
+bool writeFile(const QString &path, const QByteArray &content, QString &error)
+{
+    QSaveFile file(path);
+    const bool written = file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.commit();
+    if (!written)
+        error = file.errorString();
+    return written;
+}
+
+} // namespace host

@@ -1,0 +1,36 @@
+#include "host/CommandLine.h"
+#include "host/Console.h"
+#include "host/HostTypes.h"
+#include "host/MediaPlatform.h"
+#include "host/Runner.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QLoggingCategory>
+
+#include <cstdio>
+
+int main(int argc, char **argv)
+{
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("tavrin-host"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TAVRIN_VERSION));
+
+    int exitCode = host::ExitOk;
+    const std::optional<host::Options> options = host::parseCommandLine(QCoreApplication::arguments(), exitCode);
+    if (!options)
+        return exitCode;
+    if (options->verbose)
+        QLoggingCategory::setFilterRules(QStringLiteral("Multimedia.*=true\nTavrin.*=true"));
+
+    const host::MediaPlatform platform;
+    if (FAILED(platform.result())) {
+        std::fprintf(stderr, "tavrin-host: Media Foundation does not start (0x%08X)\n",
+                     static_cast<unsigned>(platform.result()));
+        return host::ExitFailure;
+    }
+    host::registerHostTypes();
+    const host::Interrupt interrupt;
+    QObject::connect(&interrupt, &host::Interrupt::interrupted, &application, &QCoreApplication::quit);
+    host::Runner runner(*options);
+    return runner.run();
+}

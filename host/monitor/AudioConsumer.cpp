@@ -1,0 +1,91 @@
+#include "host/monitor/AudioConsumer.h"
+
+#include "host/monitor/FrameMetadata.h"
+#include "hostfw/ComPtr.h"
+#include "hostfw/MediaBuffers.h"
+
+#include <mfapi.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace host
+{
+
+namespace
+{
+
+constexpr double SilenceDbfs = -200.0;
+
+double peakDbfs(const float *data, std::size_t count)
+{
+    float peak = 0.0F;
+    for (std::size_t i = 0; i < count; ++i)
+        peak = std::max(peak, std::abs(data[i]));
+    return peak > 0.0F ? std::max(20.0 * std::log10(static_cast<double>(peak)), SilenceDbfs) : SilenceDbfs;
+}
+
+} // namespace
+
+const GUID &AudioConsumer::majorType() const
+{
+    return MFMediaType_Audio;
+}
+
+bool AudioConsumer::takes(IMFMediaType *type) const
+{
+    GUID subtype = {};
+    return type && SUCCEEDED(type->GetGUID(MF_MT_SUBTYPE, &subtype)) && IsEqualGUID(subtype, MFAudioFormat_Float) &&
+           MFGetAttributeUINT32(type, MF_MT_AUDIO_NUM_CHANNELS, 0) > 0 &&
+           MFGetAttributeUINT32(type, MF_MT_AUDIO_SAMPLES_PER_SECOND, 0) > 0;
+}
+
+void AudioConsumer::typeChanged(IMFMediaType *type)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_figures.sampleRate = static_cast<int>(MFGetAttributeUINT32(type, MF_MT_AUDIO_SAMPLES_PER_SECOND, 0));
+    m_figures.channels = static_cast<int>(MFGetAttributeUINT32(type, MF_MT_AUDIO_NUM_CHANNELS, 0));
+    m_meter.addTypeChange();
+}
+
+void AudioConsumer::sample(IMFSample *sample, HnsTime arrival)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    LONGLONG time = 0;
+    LONGLONG duration = 0;
+    sample->GetSampleTime(&time);
+    sample->GetSampleDuration(&duration);
+    m_meter.addSample(arrival, time, duration);
+    if (!frameMetadata(sample).isEmpty())
+        ++m_figures.withMetadata;
+    CComPtr<IMFMediaBuffer> buffer;
+    if (m_figures.channels <= 0 || FAILED(sample->ConvertToContiguousBuffer(&buffer)))
+        return;
+    const MediaBufferMapping mapping(buffer);
+    if (!mapping.buffer())
+        return;
+    const auto *const data = reinterpret_cast<const float *>(mapping.buffer());
+    const std::size_t frames = mapping.currentLength() / sizeof(float) / static_cast<std::size_t>(m_figures.channels);
+    m_figures.audioFrames += frames;
+    m_figures.peakDbfs = peakDbfs(data, frames * static_cast<std::size_t>(m_figures.channels));
+    if (m_recording)
+        m_recording->write(data, static_cast<int>(frames), m_figures.sampleRate, m_figures.channels);
+}
+
+AudioFigures AudioConsumer::figures() const
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    AudioFigures figures = m_figures;
+    figures.stream = m_meter.figures(steadyNow());
+    if (m_recording)
+        figures.recordingError = m_recording->error();
+    return figures;
+}
+
+void AudioConsumer::record(const QString &path)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_recording = path.isEmpty() ? nullptr : std::make_unique<WavWriter>(path);
+}
+
+} // namespace host

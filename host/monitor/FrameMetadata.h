@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QVariant>
+
+#include <mfobjects.h>
+
+namespace host
+{
+
+// The metadata that rides on a sample, as the module hands it on: the bytes of a serialised QVariant. Empty when the
+// sample carries none.
+QByteArray frameMetadata(IMFSample *sample);
+// The value in those bytes; invalid when they hold none.
+QVariant metadataValue(const QByteArray &bytes);
+
+} // namespace host

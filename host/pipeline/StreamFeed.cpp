@@ -1,0 +1,185 @@
+#include "host/pipeline/StreamFeed.h"
+
+#include "host/pipeline/EventValue.h"
+#include "host/pipeline/SinkPort.h"
+
+#include <mferror.h>
+
+namespace host
+{
+
+StreamFeed::StreamFeed(IMFMediaType *type, Callbacks callbacks) : m_callbacks(std::move(callbacks)), m_type(type) {}
+
+StreamFeed::~StreamFeed() = default;
+
+void StreamFeed::setType(IMFMediaType *type)
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_type = type;
+}
+
+HRESULT StreamFeed::open(IMFMediaStream *stream)
+{
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_stream = stream;
+    }
+    const std::weak_ptr<StreamFeed> weak = weak_from_this();
+    const HRESULT hr = m_pump.start(stream, [weak](MediaEventType type, IMFMediaEvent *event) {
+        if (const std::shared_ptr<StreamFeed> feed = weak.lock())
+            feed->onEvent(type, event);
+    });
+    if (SUCCEEDED(hr))
+        ask();
+    return hr;
+}
+
+void StreamFeed::close()
+{
+    m_pump.stop();
+    detach();
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_stream.Release();
+}
+
+HRESULT StreamFeed::attach(const std::shared_ptr<SinkPort> &port)
+{
+    CComPtr<IMFMediaType> adopted;
+    for (;;) {
+        {
+            // The stream may have changed its type while the sink adopted the one before.
+            const std::lock_guard<std::mutex> guard(m_lock);
+            if (adopted && adopted == m_type.p) {
+                m_port = port;
+                break;
+            }
+            adopted = m_type;
+        }
+        const HRESULT hr = port->adopt(adopted);
+        if (FAILED(hr))
+            return hr;
+    }
+    port->setFeed(shared_from_this());
+    ask();
+    return S_OK;
+}
+
+void StreamFeed::detach()
+{
+    std::shared_ptr<SinkPort> old;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        old.swap(m_port);
+    }
+    if (old)
+        old->setFeed(nullptr);
+    ask();
+}
+
+void StreamFeed::detach(const std::shared_ptr<SinkPort> &port)
+{
+    if (this->port() == port)
+        detach();
+}
+
+void StreamFeed::ask()
+{
+    CComPtr<IMFMediaStream> stream;
+    unsigned missing = 0;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (!m_stream || m_ended)
+            return;
+        const unsigned wanted = m_port && m_port->isStarted() ? m_port->wanted() : 1;
+        missing = wanted > m_asked ? wanted - m_asked : 0;
+        m_asked += missing;
+        stream = m_stream;
+    }
+    for (; missing > 0; --missing) {
+        const HRESULT hr = stream->RequestSample(nullptr);
+        if (SUCCEEDED(hr))
+            continue;
+        {
+            const std::lock_guard<std::mutex> guard(m_lock);
+            m_asked -= missing;
+        }
+        // The end of the stream and of the source are announced by events.
+        if (hr != MF_E_END_OF_STREAM && hr != MF_E_SHUTDOWN)
+            m_callbacks.failed(hr);
+        return;
+    }
+}
+
+void StreamFeed::onEvent(MediaEventType type, IMFMediaEvent *event)
+{
+    switch (type) {
+    case MEMediaSample:
+        return onSample(event);
+    case MEStreamFormatChanged:
+        return onTypeChanged(event);
+    case MEStreamTick:
+        return onMarker(event, MFSTREAMSINK_MARKER_TICK);
+    case MEEndOfStream: {
+        {
+            const std::lock_guard<std::mutex> guard(m_lock);
+            m_ended = true;
+        }
+        return onMarker(event, MFSTREAMSINK_MARKER_ENDOFSEGMENT);
+    }
+    default:
+        break;
+    }
+    HRESULT status = S_OK;
+    event->GetStatus(&status);
+    if (FAILED(status) || type == MEError)
+        m_callbacks.failed(FAILED(status) ? status : E_FAIL);
+}
+
+void StreamFeed::onSample(IMFMediaEvent *event)
+{
+    const CComPtr<IMFSample> sample = eventObject<IMFSample>(event);
+    std::shared_ptr<SinkPort> sink;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        if (m_asked > 0)
+            --m_asked;
+        sink = m_port;
+    }
+    if (sink && sample && sink->deliver(sample) == S_OK)
+        ++m_delivered;
+    ask();
+}
+
+void StreamFeed::onTypeChanged(IMFMediaEvent *event)
+{
+    const CComPtr<IMFMediaType> type = eventObject<IMFMediaType>(event);
+    if (!type)
+        return m_callbacks.failed(MF_E_INVALIDMEDIATYPE);
+    std::shared_ptr<SinkPort> sink;
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_type = type;
+        sink = m_port;
+    }
+    const HRESULT hr = sink ? sink->adopt(type) : S_OK;
+    if (FAILED(hr)) {
+        detach();
+        m_callbacks.refused(hr);
+    }
+    m_callbacks.typeChanged(type);
+}
+
+void StreamFeed::onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker)
+{
+    const EventValue value(event);
+    if (const std::shared_ptr<SinkPort> sink = port())
+        sink->placeMarker(marker, &value.get());
+}
+
+std::shared_ptr<SinkPort> StreamFeed::port() const
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_port;
+}
+
+} // namespace host

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "host/pipeline/EventPump.h"
+
+#include <mfidl.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace host
+{
+
+class SinkPort;
+
+// One selected stream of a running source as the upstream end of a connection: asks the stream for as many samples as
+// the sink waits for, and hands over samples, type changes, gaps and the end in the order in which the stream sends
+// them.
+//
+// A stream whose sink is not there or not started is drained, one sample at a time: a live source captures all its
+// streams at once, and what nobody takes would pile up in it.
+//
+// attach() and detach() belong to the graph's thread, everything else runs on work queue threads, the callbacks too.
+class StreamFeed : public std::enable_shared_from_this<StreamFeed>
+{
+public:
+    struct Callbacks {
+        std::function<void(HRESULT)> failed;
+        // From now on samples are of that type; the sink has adopted it.
+        std::function<void(IMFMediaType *)> typeChanged;
+        // The sink has turned the stream's type down and is detached.
+        std::function<void(HRESULT)> refused;
+    };
+
+    // `type`: that of the stream's first sample.
+    StreamFeed(IMFMediaType *type, Callbacks callbacks);
+    ~StreamFeed();
+
+    // Before the source starts: the type negotiated.
+    void setType(IMFMediaType *type);
+    // The source has started the stream.
+    HRESULT open(IMFMediaStream *stream);
+    void close();
+
+    // Makes the sink adopt the stream's type and gives it what the stream delivers from now on.
+    HRESULT attach(const std::shared_ptr<SinkPort> &port);
+    void detach();
+    // Detaches that sink, if it is the one attached.
+    void detach(const std::shared_ptr<SinkPort> &port);
+    // Asks the stream for what the sink misses.
+    void ask();
+
+    // Samples that a sink took since the feed was made.
+    unsigned long long delivered() const { return m_delivered; }
+
+private:
+    void onEvent(MediaEventType type, IMFMediaEvent *event);
+    void onSample(IMFMediaEvent *event);
+    void onTypeChanged(IMFMediaEvent *event);
+    void onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker);
+    std::shared_ptr<SinkPort> port() const;
+
+    const Callbacks m_callbacks;
+    EventPump m_pump;
+    std::atomic<unsigned long long> m_delivered{0};
+    mutable std::mutex m_lock; // guards what follows; not held while streams or sinks are called
+    CComPtr<IMFMediaStream> m_stream;
+    CComPtr<IMFMediaType> m_type;
+    std::shared_ptr<SinkPort> m_port;
+    unsigned m_asked = 0; // requests that the stream has not answered yet
+    bool m_ended = false;
+};
+
+} // namespace host
