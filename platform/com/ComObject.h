@@ -4,6 +4,8 @@
 
 #include <windows.h>
 
+#include <unknwn.h>
+
 #include <atomic>
 #include <new>
 #include <utility>
