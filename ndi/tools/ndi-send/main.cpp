@@ -1,0 +1,91 @@
+#include "ndi/tools/ndi-send/Failure.h"
+#include "ndi/tools/ndi-send/Interrupt.h"
+#include "ndi/tools/ndi-send/Options.h"
+#include "ndi/tools/ndi-send/PatternSource.h"
+#include "ndi/tools/ndi-send/Publisher.h"
+#include "ndi/tools/ndi-send/ToneSource.h"
+#include "ndi/tools/ndi-send/WavSource.h"
+#include "ndi/tools/ndi-send/Y4mSource.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <cstdio>
+
+using namespace ndisend;
+
+namespace
+{
+
+class Runtime
+{
+public:
+    Runtime()
+    {
+        if (!NDIlib_initialize())
+            throw Failure(ExitCode::NoRuntime, "the NDI runtime does not start on this machine");
+    }
+    ~Runtime() { NDIlib_destroy(); }
+
+    Runtime(const Runtime &) = delete;
+    Runtime &operator=(const Runtime &) = delete;
+};
+
+std::unique_ptr<VideoSource> makeVideo(const Options &options)
+{
+    if (!options.video)
+        return nullptr;
+    if (!options.videoFile.isEmpty())
+        return std::make_unique<Y4mSource>(options);
+
+    VideoFormat format;
+    format.width = options.width;
+    format.height = options.height;
+    format.fourCC = options.format;
+    format.rate = options.rate.value_or(pattern::FrameRate{});
+    format.interlaced = options.interlaced.value_or(false);
+    return std::make_unique<PatternSource>(format);
+}
+
+std::unique_ptr<AudioSource> makeAudio(const Options &options)
+{
+    if (!options.audio)
+        return nullptr;
+    if (!options.audioFile.isEmpty())
+        return std::make_unique<WavSource>(options);
+    return std::make_unique<ToneSource>(AudioFormat{options.sampleRate, options.channels});
+}
+
+void publish(const Options &options)
+{
+    catchInterrupts();
+    makeStandardInputBinary();
+    std::optional<SummaryFile> summaryFile;
+    if (!options.jsonFile.isEmpty())
+        summaryFile.emplace(options.jsonFile);
+    auto video = makeVideo(options);
+    auto audio = makeAudio(options);
+
+    const Runtime runtime;
+    StatusLines lines(options.quiet);
+    const Summary summary = Publisher(options, std::move(video), std::move(audio), lines).run();
+    if (summaryFile)
+        summaryFile->write(summary);
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    try {
+        const ParsedOptions parsed = parseOptions(QCoreApplication::arguments());
+        if (parsed.text)
+            std::fputs(qPrintable(*parsed.text), stdout);
+        else
+            publish(parsed.options);
+        return static_cast<int>(ExitCode::Success);
+    } catch (const Failure &failure) {
+        std::fprintf(stderr, "ndi-send: %s\n", failure.what());
+        return static_cast<int>(failure.code());
+    }
+}
