@@ -25,8 +25,8 @@ ThreadedWorkQueue::ThreadedWorkQueue(unsigned threads) : m_limit(threads), m_sta
 ThreadedWorkQueue::~ThreadedWorkQueue()
 {
     close();
-    // Not joined: the last reference may go on one of these threads, and whoever lets go of a queue does not wait for the
-    // items that are left. The threads hold the state and end by themselves.
+    // Not joined: the last reference may go on one of these threads, and whoever lets go of a queue does not wait for
+    // the items that are left. The threads hold the state and end by themselves.
     for (std::thread &thread : m_threads)
         thread.detach();
 }
