@@ -15,8 +15,9 @@ UyvyConverter::UyvyConverter(const Y4mHeader &header) : m_header(header)
 
 void UyvyConverter::convert(const std::vector<std::uint8_t> &planes, std::uint8_t *out)
 {
-    // Chroma lines of 4:2:0 belong to two lines of the same field.
-    if (m_header.interlaced && m_header.chroma == Chroma::Yuv420 && m_header.height >= 4) {
+    // A chroma line of 4:2:0 belongs to two lines of the same field; where the lines do not divide evenly, the last
+    // ones of the lower field would have none.
+    if (m_header.interlaced && m_header.chroma == Chroma::Yuv420 && m_header.height % 4 == 0) {
         convertLines(planes.data(), 0, 2, out);
         convertLines(planes.data(), 1, 2, out);
     } else {

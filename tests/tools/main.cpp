@@ -1,0 +1,12 @@
+// The command line parser and the child processes of these tests expect the application object.
+
+#include <QtCore/QCoreApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    testing::InitGoogleTest(&argc, argv);
+    return RUN_ALL_TESTS();
+}
