@@ -1,0 +1,54 @@
+#pragma once
+
+#include "ndi/local/Protocol.h"
+#include "ndi/local/ReceivedSlot.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace localndi
+{
+
+// A frame that has arrived and was not captured yet.
+struct QueuedFrame {
+    enum class Part { Whole, Field0, Field1 };
+
+    MessageType type = MessageType::Metadata;
+    std::shared_ptr<ReceivedSlot> slot; // video and audio
+    VideoAnnouncement video{};
+    Part part = Part::Whole; // of the video frame
+    AudioAnnouncement audio{};
+    std::string text; // of metadata
+    std::int64_t timecode = 0;
+};
+
+// The frames of one receiver in the order of arrival, a few of each kind: the oldest go when nobody captures them.
+//
+// Threads: any.
+class ReceiveQueue
+{
+public:
+    // The fields of an interlaced frame count as one.
+    void push(QueuedFrame frame);
+    void pushFields(QueuedFrame frame);
+    // The oldest frame of the wanted kinds (bits of Kinds); waits for one at most `timeout`.
+    std::optional<QueuedFrame> pop(std::uint32_t kinds, std::chrono::milliseconds timeout);
+
+private:
+    // Returns what had to go.
+    std::vector<QueuedFrame> makeRoom(MessageType type);
+    std::optional<QueuedFrame> take(std::uint32_t kinds);
+
+    std::mutex m_lock; // guards what follows
+    std::condition_variable m_arrived;
+    std::deque<QueuedFrame> m_frames;
+    std::size_t m_textBytes = 0;
+};
+
+} // namespace localndi

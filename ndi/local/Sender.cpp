@@ -1,0 +1,267 @@
+#include "ndi/local/Sender.h"
+
+#include <boost/asio/post.hpp>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace localndi
+{
+namespace
+{
+
+using boost::asio::ip::tcp;
+
+constexpr FrameSlots::Limits videoLimits{64, 2ULL << 30};
+constexpr FrameSlots::Limits audioLimits{256, 512 << 20};
+constexpr std::size_t maximumConnections = 512;
+constexpr std::chrono::milliseconds farewellTime{100}; // for receivers to take what was sent last
+
+// The text behind the data, with its terminating zero.
+std::uint32_t metadataSize(std::string_view text)
+{
+    return text.empty() ? 0 : static_cast<std::uint32_t>(text.size() + 1);
+}
+
+std::uint64_t slotSize(const SlotPlace &place)
+{
+    return metadataOffset(place.dataSize) + place.metadataSize;
+}
+
+SlotPlace placeOf(SlotKind kind, const FrameSlots::Hold &hold, std::int64_t dataSize, std::string_view text)
+{
+    return {kind, hold ? hold.index() : 0, hold ? hold.generation() : 0, metadataSize(text),
+            static_cast<std::uint64_t>(dataSize)};
+}
+
+void writeText(std::uint8_t *slot, const SlotPlace &place, std::string_view text)
+{
+    if (text.empty())
+        return;
+    auto *target = slot + metadataOffset(place.dataSize);
+    std::memcpy(target, text.data(), text.size());
+    target[text.size()] = 0;
+}
+
+// Packs the lines; the two fields of an interlaced frame one behind the other.
+void writePixels(std::uint8_t *slot, const VideoShape &shape, std::uint8_t *pixels)
+{
+    const auto frame = pictureAt(*shape.layout, pixels, shape.stride, shape.width, shape.height);
+    if (!shape.isFieldPair) {
+        copyPicture(frame, packedPictureAt(*shape.layout, slot, shape.width, shape.height));
+        return;
+    }
+    const int height = shape.height / 2;
+    for (int field = 0; field < 2; ++field)
+        copyPicture(fieldOf(frame, field),
+                    packedPictureAt(*shape.layout, slot + field * shape.packedSize() / 2, shape.width, height));
+}
+
+void writeSamples(std::uint8_t *slot, const AudioShape &shape, const float *samples)
+{
+    const auto *source = reinterpret_cast<const std::uint8_t *>(samples);
+    const auto bytes = shape.channelBytes();
+    for (int channel = 0; channel < shape.channels; ++channel)
+        std::memcpy(slot + channel * bytes, source + channel * shape.stride, static_cast<std::size_t>(bytes));
+}
+
+float aspectOf(const NDIlib_video_frame_v2_t &frame)
+{
+    if (frame.picture_aspect_ratio != 0.0F)
+        return frame.picture_aspect_ratio;
+    const bool isField = frame.frame_format_type == NDIlib_frame_format_type_field_0 ||
+                         frame.frame_format_type == NDIlib_frame_format_type_field_1;
+    const float lines = static_cast<float>(frame.yres) * (isField ? 2.0F : 1.0F);
+    return static_cast<float>(frame.xres) / lines;
+}
+
+} // namespace
+
+Sender::Sender(const Settings &settings)
+    : m_registration(m_io.context(), settings.name, settings.groups), m_clockVideo(settings.clockVideo),
+      m_clockAudio(settings.clockAudio),
+      m_videoSlots(m_registration.registry(), m_registration.record().fileStem(), SlotKind::Video, videoLimits),
+      m_audioSlots(m_registration.registry(), m_registration.record().fileStem(), SlotKind::Audio, audioLimits)
+{
+    m_io.invoke([this] { accept(); });
+}
+
+Sender::~Sender()
+{
+    m_io.invoke([this] {
+        announceAll();
+        m_registration.withdraw();
+        for (const auto &connection : m_connections)
+            connection->finish();
+    });
+    {
+        std::unique_lock lock(m_countLock);
+        m_countChanged.wait_for(lock, farewellTime, [this] { return m_connectionCount == 0; });
+    }
+    m_io.stop();
+    m_connections.clear();
+}
+
+void Sender::sendVideo(const NDIlib_video_frame_v2_t &frame)
+{
+    const auto shape = shapeOf(frame);
+    if (!shape)
+        return;
+    const std::lock_guard lock(m_videoLock);
+    if (m_clockVideo)
+        m_videoPacer.wait(frame.frame_rate_D, frame.frame_rate_N);
+    const auto timecode =
+        m_timecodes.next(TimecodeClock::Video, frame.timecode, frame.frame_rate_D, frame.frame_rate_N);
+    if (m_videoReceivers == 0)
+        return;
+    const auto text = attachedText(frame.p_metadata);
+    auto place = placeOf(SlotKind::Video, {}, shape->packedSize(), text);
+    auto hold = m_videoSlots.acquire(slotSize(place));
+    if (!hold)
+        return;
+    writePixels(hold.data(), *shape, frame.p_data);
+    writeText(hold.data(), place, text);
+    place = placeOf(SlotKind::Video, hold, shape->packedSize(), text);
+    VideoAnnouncement announcement{};
+    announcement.place = place;
+    announcement.timecode = timecode;
+    announcement.timestamp = wallClockHns();
+    announcement.width = shape->width;
+    announcement.height = shape->height;
+    announcement.fourCC = frame.FourCC;
+    announcement.rateN = frame.frame_rate_N;
+    announcement.rateD = frame.frame_rate_D;
+    announcement.format = frame.frame_format_type;
+    announcement.aspect = aspectOf(frame);
+    post({MessageType::Video, std::string(bytesOf(announcement)), std::move(hold)});
+}
+
+void Sender::sendAudio(const NDIlib_audio_frame_v2_t &frame)
+{
+    const auto shape = shapeOf(frame);
+    if (!shape)
+        return;
+    const std::lock_guard lock(m_audioLock);
+    if (m_clockAudio)
+        m_audioPacer.wait(frame.no_samples, frame.sample_rate);
+    const auto timecode = m_timecodes.next(TimecodeClock::Audio, frame.timecode, frame.no_samples, frame.sample_rate);
+    if (m_audioReceivers == 0)
+        return;
+    const auto text = attachedText(frame.p_metadata);
+    auto place = placeOf(SlotKind::Audio, {}, shape->packedSize(), text);
+    auto hold = m_audioSlots.acquire(slotSize(place));
+    if (!hold)
+        return;
+    writeSamples(hold.data(), *shape, frame.p_data);
+    writeText(hold.data(), place, text);
+    place = placeOf(SlotKind::Audio, hold, shape->packedSize(), text);
+    AudioAnnouncement announcement{};
+    announcement.place = place;
+    announcement.timecode = timecode;
+    announcement.timestamp = wallClockHns();
+    announcement.sampleRate = frame.sample_rate;
+    announcement.channels = shape->channels;
+    announcement.samples = shape->samples;
+    post({MessageType::Audio, std::string(bytesOf(announcement)), std::move(hold)});
+}
+
+void Sender::sendMetadata(const NDIlib_metadata_frame_t &frame)
+{
+    if (frame.p_data == nullptr || frame.length < 0)
+        return;
+    const auto limit = frame.length == 0 ? maximumMetadata : static_cast<std::size_t>(frame.length);
+    const auto size = strnlen(frame.p_data, limit);
+    if (size == 0 || size >= maximumMetadata)
+        return;
+    const MetadataHeader header{frame.timecode == NDIlib_send_timecode_synthesize ? 0 : frame.timecode};
+    std::string body(bytesOf(header));
+    body.append(frame.p_data, size);
+    post({MessageType::Metadata, std::move(body), {}});
+}
+
+int Sender::connectionCount(std::chrono::milliseconds timeout)
+{
+    std::unique_lock lock(m_countLock);
+    m_countChanged.wait_for(lock, timeout, [this] { return m_receiverCount > 0; });
+    return m_receiverCount;
+}
+
+void Sender::post(OutgoingFrame frame)
+{
+    if (m_outbox.push(std::move(frame)))
+        boost::asio::post(m_io.context(), [this] { announceAll(); });
+}
+
+void Sender::announceAll()
+{
+    for (const auto &frame : m_outbox.takeAll())
+        broadcast(frame);
+}
+
+void Sender::broadcast(const OutgoingFrame &frame)
+{
+    for (const auto &connection : m_connections)
+        connection->deliver(frame);
+}
+
+void Sender::accept()
+{
+    m_registration.acceptor().async_accept([this](const boost::system::error_code &error, tcp::socket socket) {
+        if (!m_registration.acceptor().is_open())
+            return;
+        if (!error && m_connections.size() < maximumConnections) {
+            SenderConnection::Owner &owner = *this;
+            m_connections.push_back(
+                std::make_unique<SenderConnection>(std::move(socket), owner, m_registration.record()));
+            onReceiversChanged();
+        }
+        accept();
+    });
+}
+
+void Sender::onReceiversChanged()
+{
+    int receivers = 0;
+    int video = 0;
+    int audio = 0;
+    TallyState tally{};
+    for (const auto &connection : m_connections) {
+        receivers += connection->isReceiver() ? 1 : 0;
+        video += connection->wants(MessageType::Video) ? 1 : 0;
+        audio += connection->wants(MessageType::Audio) ? 1 : 0;
+        tally.onProgram |= connection->tally().onProgram;
+        tally.onPreview |= connection->tally().onPreview;
+    }
+    m_videoReceivers = video;
+    m_audioReceivers = audio;
+    {
+        const std::lock_guard lock(m_countLock);
+        m_receiverCount = receivers;
+        m_connectionCount = m_connections.size();
+        m_countChanged.notify_all();
+    }
+    if (m_tally.show(tally))
+        echo(tally);
+}
+
+void Sender::echo(TallyState tally)
+{
+    const auto word = [](std::uint32_t on) { return on != 0 ? "true" : "false"; };
+    std::string body(bytesOf(MetadataHeader{0}));
+    body = body + "<ndi_tally_echo on_program=\"" + word(tally.onProgram) + "\" on_preview=\"" + word(tally.onPreview) +
+           "\"/>";
+    broadcast({MessageType::Metadata, std::move(body), {}});
+}
+
+void Sender::onEnd(SenderConnection &connection)
+{
+    const auto ended = std::find_if(m_connections.begin(), m_connections.end(),
+                                    [&](const auto &candidate) { return candidate.get() == &connection; });
+    // Gone from the list first: what follows walks it.
+    const auto keep = std::move(*ended);
+    m_connections.erase(ended);
+    onReceiversChanged();
+}
+
+} // namespace localndi

@@ -1,0 +1,135 @@
+#include "ndi/local/SenderConnection.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace localndi
+{
+namespace
+{
+
+constexpr std::chrono::milliseconds helloTime{2000};
+constexpr std::size_t bodyLimit = sizeof(Hello); // the longest message to a sender
+
+// What a receiver queues, what its application holds, and what is on its way.
+std::size_t announcedLimit(MessageType type)
+{
+    return type == MessageType::Video ? 12 : 64;
+}
+
+std::uint32_t kindOf(MessageType type)
+{
+    switch (type) {
+    case MessageType::Video:
+        return kindVideo;
+    case MessageType::Audio:
+        return kindAudio;
+    default:
+        return kindMetadata;
+    }
+}
+
+} // namespace
+
+SenderConnection::SenderConnection(boost::asio::ip::tcp::socket socket, Owner &owner, const SenderRecord &record)
+    : m_owner(owner), m_record(record), m_stream(MessageStream::make(std::move(socket), *this, bodyLimit))
+{
+    m_stream->setDeadline(helloTime);
+    m_stream->startReading();
+}
+
+SenderConnection::~SenderConnection()
+{
+    m_stream->close();
+}
+
+bool SenderConnection::wants(MessageType type) const
+{
+    return isReceiver() && (m_kinds & kindOf(type)) != 0;
+}
+
+void SenderConnection::deliver(const OutgoingFrame &frame)
+{
+    if (!wants(frame.type))
+        return;
+    if (frame.type == MessageType::Metadata) {
+        m_stream->send(frame.type, frame.body);
+        return;
+    }
+    auto &window = frame.type == MessageType::Video ? m_video : m_audio;
+    if (window.announced.size() < announcedLimit(frame.type)) {
+        announce(window, frame);
+        return;
+    }
+    window.waiting.push_back(frame);
+    if (window.waiting.size() > queueLimit(frame.type))
+        window.waiting.pop_front();
+}
+
+void SenderConnection::announce(Window &window, const OutgoingFrame &frame)
+{
+    window.announced.push_back(frame.hold);
+    m_stream->send(frame.type, frame.body);
+}
+
+void SenderConnection::onMessage(MessageType type, std::string_view body)
+{
+    if (handle(type, body))
+        return;
+    m_stream->close();
+    m_owner.onEnd(*this);
+}
+
+void SenderConnection::onEnd(MessageStream::End)
+{
+    m_owner.onEnd(*this);
+}
+
+// False for what a peer of this version does not say.
+bool SenderConnection::handle(MessageType type, std::string_view body)
+{
+    if (!m_known) {
+        const auto hello = readRecord<Hello>(body);
+        return type == MessageType::Hello && hello && greet(*hello);
+    }
+    if (type == MessageType::Release) {
+        const auto released = readRecord<Release>(body);
+        return released && release(*released);
+    }
+    const auto tally = readRecord<TallyState>(body);
+    if (type != MessageType::Tally || !tally)
+        return false;
+    m_tally = {tally->onProgram != 0 ? 1U : 0U, tally->onPreview != 0 ? 1U : 0U};
+    m_owner.onReceiversChanged();
+    return true;
+}
+
+bool SenderConnection::greet(const Hello &hello)
+{
+    if (hello.magic != protocolMagic || !sameSecret(hello.password, m_record.password))
+        return false;
+    m_known = true;
+    m_role = hello.role;
+    m_kinds = hello.kinds;
+    m_stream->clearDeadline();
+    m_stream->send(MessageType::Welcome, bytesOf(Welcome{m_record.signature}));
+    m_owner.onReceiversChanged();
+    return true;
+}
+
+bool SenderConnection::release(const Release &release)
+{
+    auto &window = release.kind == SlotKind::Video ? m_video : m_audio;
+    const auto held = std::find_if(window.announced.begin(), window.announced.end(),
+                                   [&](const FrameSlots::Hold &hold) { return hold.index() == release.index; });
+    if (held == window.announced.end())
+        return false;
+    window.announced.erase(held);
+    if (!window.waiting.empty()) {
+        announce(window, window.waiting.front());
+        window.waiting.pop_front();
+    }
+    return true;
+}
+
+} // namespace localndi

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "ndi/local/MessageStream.h"
+#include "ndi/local/Outbox.h"
+#include "ndi/local/SenderRecord.h"
+
+#include <deque>
+#include <memory>
+#include <vector>
+
+namespace localndi
+{
+
+// A sender's side of one connection: first a stranger that has to show the password, then a finder or a receiver.
+//
+// A receiver holds a bounded number of slots at a time; what comes while it holds that many waits here, the oldest
+// going first, so that a receiver that is stopped costs the others nothing. Threads: the context's only.
+class SenderConnection : private MessageStream::Listener
+{
+public:
+    class Owner
+    {
+    public:
+        // The number of receivers, what they want, or their tally is no longer the same.
+        virtual void onReceiversChanged() = 0;
+        // Destroys the connection.
+        virtual void onEnd(SenderConnection &connection) = 0;
+
+    protected:
+        ~Owner() = default;
+    };
+
+    SenderConnection(boost::asio::ip::tcp::socket socket, Owner &owner, const SenderRecord &record);
+    ~SenderConnection();
+    SenderConnection(const SenderConnection &) = delete;
+    SenderConnection &operator=(const SenderConnection &) = delete;
+
+    bool isKnown() const { return m_known; }
+    bool isReceiver() const { return m_known && m_role == Role::Receiver; }
+    bool wants(MessageType type) const;
+    TallyState tally() const { return m_tally; }
+
+    void deliver(const OutgoingFrame &frame);
+    void finish() { m_stream->finish(); }
+
+private:
+    // The slots of one kind.
+    struct Window {
+        std::vector<FrameSlots::Hold> announced; // and not released
+        std::deque<OutgoingFrame> waiting;
+    };
+
+    void onMessage(MessageType type, std::string_view body) override;
+    void onEnd(MessageStream::End end) override;
+    bool handle(MessageType type, std::string_view body);
+    bool greet(const Hello &hello);
+    bool release(const Release &release);
+    void announce(Window &window, const OutgoingFrame &frame);
+
+    Owner &m_owner;
+    const SenderRecord &m_record;
+    const std::shared_ptr<MessageStream> m_stream;
+    bool m_known = false;
+    Role m_role = Role::Finder;
+    std::uint32_t m_kinds = 0;
+    TallyState m_tally{};
+    Window m_video;
+    Window m_audio;
+};
+
+} // namespace localndi

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <boost/asio/ip/tcp.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+
+// What differs between operating systems, and nothing else. One source file per system. Threads: any.
+namespace localndi::system
+{
+
+// The folder of this user's senders, created for its owner alone when missing. Empty when there is none that only this
+// user can have written to.
+std::filesystem::path privateFolder();
+
+// Creates a file that must not exist yet, for its owner alone, with storage for `size` bytes reserved, so that writing
+// to a mapping of it cannot fail later.
+bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size);
+
+// Drops what this process wrote to a copy-on-write mapping: it reads as the file again.
+void discardPrivateWrites(void *address, std::size_t size);
+
+// Lets a listener take its port over from one that has just gone, but not from one that still listens.
+void allowPortReuse(boost::asio::ip::tcp::acceptor &acceptor);
+
+std::uint32_t processId();
+
+} // namespace localndi::system

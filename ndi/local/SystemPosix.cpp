@@ -1,0 +1,92 @@
+#include "ndi/local/System.h"
+
+#include <cerrno>
+#include <string>
+#include <system_error>
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace localndi::system
+{
+namespace
+{
+
+constexpr mode_t ownerOnlyFolder = 0700;
+constexpr mode_t ownerOnlyFile = 0600;
+constexpr mode_t otherPeople = 077;
+
+std::filesystem::path baseFolder()
+{
+    const std::filesystem::path memoryBacked = "/dev/shm";
+    std::error_code error;
+    if (std::filesystem::is_directory(memoryBacked, error) && access(memoryBacked.c_str(), W_OK | X_OK) == 0)
+        return memoryBacked;
+    return std::filesystem::temp_directory_path(error);
+}
+
+// A link, or a folder that somebody else prepared under this name, would hand them every frame.
+bool isOursAlone(const std::filesystem::path &folder)
+{
+    struct stat status {
+    };
+    return lstat(folder.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid() &&
+           (status.st_mode & otherPeople) == 0;
+}
+
+bool reserve(int file, std::uint64_t size)
+{
+    if (size == 0)
+        return true;
+    int result = 0;
+    do
+        result = posix_fallocate(file, 0, static_cast<off_t>(size));
+    while (result == EINTR);
+    return result == 0;
+}
+
+} // namespace
+
+std::filesystem::path privateFolder()
+{
+    const auto base = baseFolder();
+    if (base.empty())
+        return {};
+    auto folder = base / ("ndi-local-" + std::to_string(geteuid()));
+    if (mkdir(folder.c_str(), ownerOnlyFolder) != 0 && errno != EEXIST)
+        return {};
+    if (!isOursAlone(folder))
+        return {};
+    return folder;
+}
+
+bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size)
+{
+    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerOnlyFile);
+    if (file < 0)
+        return false;
+    const bool reserved = reserve(file, size);
+    close(file);
+    if (!reserved)
+        unlink(path.c_str());
+    return reserved;
+}
+
+void discardPrivateWrites(void *address, std::size_t size)
+{
+    madvise(address, size, MADV_DONTNEED);
+}
+
+void allowPortReuse(boost::asio::ip::tcp::acceptor &acceptor)
+{
+    acceptor.set_option(boost::asio::ip::tcp::acceptor::reuse_address(true));
+}
+
+std::uint32_t processId()
+{
+    return static_cast<std::uint32_t>(getpid());
+}
+
+} // namespace localndi::system
