@@ -40,6 +40,7 @@ public:
 
     // The outer unknown; never null.
     IUnknown *GetOwner() const;
+    const wchar_t *GetName() const { return m_name; }
 
 private:
     // The object's own IUnknown, which an outer object that aggregates it would hold.

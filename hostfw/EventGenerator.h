@@ -6,6 +6,8 @@
 #include <mfidl.h>
 #include <mfobjects.h>
 
+#include <atomic>
+
 namespace tvx
 {
 
@@ -33,6 +35,7 @@ public:
 
 private:
     CComPtr<IMFMediaEventQueue> m_queue;
+    std::atomic<bool> m_shutDown{false};
 };
 
 } // namespace tvx

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "hostfw/ComPtr.h"
+#include "hostfw/ISource.h"
+#include "hostfw/SampleRequestManager.h"
+
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <variant>
+
+namespace tvx
+{
+
+// The state that the manager shares with the frame requests it has under way, which may outlive it.
+//
+// Threads: any. Deliveries are made by one thread at a time (m_delivering), so their order is that of the entries; the
+// stream is called without m_mutex held, but for the questions about its state. Whoever calls keeps the stream alive,
+// and so does every frame request that is under way.
+class SampleRequests : public std::enable_shared_from_this<SampleRequests>
+{
+public:
+    SampleRequests(ISourceStream *stream, const HnsTime &limit, const MFMessageQueue *deliveryQueue,
+                   const MFMessageQueue *requestQueue);
+
+    HRESULT request(IUnknown *token);
+    HRESULT pushSample(IMFSample *sample);
+    HRESULT pushMediaTypeChange(IMFMediaType *type);
+    HRESULT pushGap(LONGLONG time);
+    HRESULT pushEndOfData();
+    HRESULT flush();
+    void shutdown();
+
+private:
+    class FrameRequest;
+
+    struct TypeChange {
+        CComPtr<IMFMediaType> type;
+    };
+    struct Gap {
+        LONGLONG time;
+    };
+    struct EndOfData {
+    };
+    using Entry = std::variant<CComPtr<IMFSample>, TypeChange, Gap, EndOfData>;
+
+    // These need m_mutex held.
+    bool isAccepting() const;
+    HRESULT append(Entry entry);
+    void dropBeyondLimit();
+    bool takeDeliverable(Entry &entry, CComPtr<IUnknown> &token);
+
+    void deliver();
+    void deliverAll();
+    static void deliverOne(ISourceStream *stream, const Entry &entry, IUnknown *token);
+    // Starts as many frame requests as there are sample requests without one.
+    void requestFrames();
+    void frameRequestEnded(HRESULT result);
+
+    const HnsTime m_limit;
+    std::optional<MFMessageQueue> m_deliveryQueue;
+    std::optional<MFMessageQueue> m_requestQueue;
+
+    std::mutex m_mutex; // guards everything below; taken before the stream's own lock
+    ISourceStream *m_stream;
+    std::deque<CComPtr<IUnknown>> m_requests;
+    std::deque<Entry> m_entries;
+    size_t m_waitingSamples = 0;
+    size_t m_frameRequests = 0; // under way
+    bool m_delivering = false;
+    bool m_ended = false;
+};
+
+} // namespace tvx

@@ -1,0 +1,3 @@
+#include "multimedia/Log.h"
+
+Q_LOGGING_CATEGORY(multimediaLog, "Multimedia")

@@ -1,0 +1,154 @@
+#include "hostfw/MessageQueue.h"
+
+#include "hostfw/CUnknown.h"
+#include "hostfw/ComException.h"
+#include "hostfw/ComPtr.h"
+#include "multimedia/Log.h"
+#include "multimedia/WorkContext.h"
+
+#include <mfapi.h>
+#include <mferror.h>
+#include <mfobjects.h>
+
+#include <deque>
+#include <mutex>
+
+namespace tvx
+{
+
+namespace
+{
+
+struct Item {
+    std::function<HRESULT()> function;
+    std::shared_ptr<void> context;
+};
+
+// Nothing that a function does may keep the next one from running.
+void run(const Item &item)
+{
+    const WorkContext::Scope scope(item.context);
+    try {
+        const HRESULT hr = item.function();
+        if (FAILED(hr))
+            qCWarning(multimediaLog, "A queued function failed (HR=0x%X)", static_cast<unsigned>(hr));
+    } catch (const ComException &exception) {
+        qCWarning(multimediaLog, "A queued function threw: %s (HR=0x%X)", qPrintable(exception.getMessage()),
+                  static_cast<unsigned>(exception.getErrorCode()));
+    } catch (const std::exception &exception) {
+        qCWarning(multimediaLog, "A queued function threw: %s", exception.what());
+    } catch (...) {
+        qCWarning(multimediaLog, "A queued function threw");
+    }
+}
+
+} // namespace
+
+// The items, and at most one work item under way that runs the first of them and puts itself again while there are
+// more. Kept alive by the queue's copies and by that work item.
+class MFMessageQueue::Impl : public std::enable_shared_from_this<Impl>
+{
+public:
+    Impl(Type type, DWORD priority) : m_priority(static_cast<LONG>(priority)), m_private(type == Type::Serial)
+    {
+        if (m_private && FAILED(MFAllocateWorkQueueEx(MF_STANDARD_WORKQUEUE, &m_workQueue)))
+            throw ComException(MF_E_SHUTDOWN, QStringLiteral("No work queue"));
+        m_step.Attach(new Step(*this));
+        m_step->AddRef();
+    }
+
+    ~Impl()
+    {
+        m_step->forget();
+        if (m_private)
+            MFUnlockWorkQueue(m_workQueue);
+    }
+
+    HRESULT push(Item item)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_items.push_back(std::move(item));
+        if (m_underWay)
+            return S_OK;
+        const HRESULT hr = putStep();
+        if (FAILED(hr))
+            m_items.pop_back();
+        return hr;
+    }
+
+private:
+    class Step : public IMFAsyncCallback, public CUnknown
+    {
+    public:
+        explicit Step(Impl &queue) : CUnknown(L"MFMessageQueue", nullptr), m_queue(&queue) {}
+
+        DECLARE_IUNKNOWN
+        HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void **out) override
+        {
+            if (IsEqualIID(iid, __uuidof(IMFAsyncCallback)))
+                return GetInterface(static_cast<IMFAsyncCallback *>(this), out);
+            return CUnknown::NonDelegatingQueryInterface(iid, out);
+        }
+        HRESULT STDMETHODCALLTYPE GetParameters(DWORD *, DWORD *) override { return E_NOTIMPL; }
+        HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *) override
+        {
+            m_queue->step();
+            return S_OK;
+        }
+        void forget() { m_queue = nullptr; }
+
+    private:
+        Impl *m_queue;
+    };
+
+    // The lock must be held.
+    HRESULT putStep()
+    {
+        const HRESULT hr = MFPutWorkItem2(m_workQueue, m_priority, m_step, nullptr);
+        if (SUCCEEDED(hr))
+            m_underWay = shared_from_this();
+        return hr;
+    }
+
+    void step()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        {
+            const Item item = std::move(m_items.front());
+            m_items.pop_front();
+            lock.unlock();
+            run(item);
+        }
+        lock.lock();
+        const std::shared_ptr<Impl> self = std::move(m_underWay);
+        m_underWay.reset();
+        if (!m_items.empty())
+            putStep();
+        // `self` may be the last reference: it goes after the lock.
+        lock.unlock();
+    }
+
+    const LONG m_priority;
+    const bool m_private;
+    DWORD m_workQueue = MFASYNC_CALLBACK_QUEUE_MULTITHREADED;
+    CComPtr<Step> m_step;
+
+    std::mutex m_mutex;
+    std::deque<Item> m_items;         // guarded by m_mutex
+    std::shared_ptr<Impl> m_underWay; // set while a work item is; guarded by m_mutex
+};
+
+MFMessageQueue::MFMessageQueue(Type type, DWORD priority) : m_impl(std::make_shared<Impl>(type, priority)) {}
+
+MFMessageQueue::MFMessageQueue(const MFMessageQueue &other) = default;
+MFMessageQueue &MFMessageQueue::operator=(const MFMessageQueue &other) = default;
+MFMessageQueue::~MFMessageQueue() = default;
+
+HRESULT MFMessageQueue::push(const std::function<HRESULT()> &function) const
+{
+    if (!function)
+        return E_INVALIDARG;
+    return m_impl->push({function, WorkContext::current()});
+}
+
+} // namespace tvx

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "hostfw/CUnknown.h"
+#include "hostfw/ComPtr.h"
+
+#include <mfidl.h>
+#include <mfobjects.h>
+
+#include <atomic>
+#include <mutex>
+#include <vector>
+
+namespace tvx
+{
+
+// Where tracked samples come back to when their last reference goes, on whatever thread that happens. Shared by a pool
+// and by its samples in use: it outlives the pool.
+class SampleRecycler : public IMFAsyncCallback, public CUnknown
+{
+public:
+    // Keeps at most `limit` idle samples.
+    explicit SampleRecycler(DWORD limit);
+
+    DECLARE_IUNKNOWN
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void **out) override;
+    HRESULT STDMETHODCALLTYPE GetParameters(DWORD *flags, DWORD *queue) override;
+    HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *result) override;
+
+    // An idle sample with everything on it cleared but its buffers, or null.
+    CComPtr<IMFSample> take();
+    // Makes the sample come back here. A sample that cannot be tracked is left alone.
+    void track(IMFSample *sample);
+    // Frees the idle samples; those in use will be freed when they come back.
+    void reset();
+    // As reset, for good.
+    void close();
+
+private:
+    void keep(CComPtr<IMFSample> sample);
+
+    const DWORD m_limit;
+    std::mutex m_mutex; // guards everything below
+    std::vector<CComPtr<IMFSample>> m_idle;
+    // Samples of an earlier generation are not kept: reset() came after they were handed out.
+    UINT32 m_generation = 0;
+    bool m_closed = false;
+};
+
+} // namespace tvx
