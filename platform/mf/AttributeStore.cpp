@@ -1,5 +1,6 @@
 #include "platform/mf/AttributeStore.h"
 
+#include <mfapi.h>
 #include <mferror.h>
 #include <strsafe.h>
 
