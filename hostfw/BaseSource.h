@@ -58,7 +58,7 @@ protected:
     // Takes the source's streams, initialises them and builds the presentation descriptor. MF_E_ALREADY_INITIALIZED the
     // second time, E_INVALIDARG for an empty list.
     virtual HRESULT Initialize(std::list<std::shared_ptr<tvx::ISourceStream>> &streams);
-    // Shuts the streams down and lets go of them.
+    // Shuts the streams down and takes them out of the presentation. They live as long as the source all the same.
     virtual HRESULT Uninitialize();
     // Builds the descriptor of `count` streams, all selected.
     virtual HRESULT InitPresentationDescriptor(IMFStreamDescriptor **streamDescriptors, DWORD count);

@@ -89,6 +89,8 @@ public:
     // Guarded by m_lock.
     std::list<std::shared_ptr<tvx::ISourceStream>> streams;
     std::map<DWORD, CComPtr<IMFAttributes>> streamAttributes;
+    // Streams that are shut down. References on them count on the source, so they live as long as it does.
+    std::list<std::shared_ptr<tvx::ISourceStream>> retired;
     std::list<tvx::ISourceStream *> announced; // streams that MENewStream was sent for
     CComPtr<IMFPresentationDescriptor> descriptor;
     State wanted = State::Stopped; // as the last call of Start, Stop or Pause asked
@@ -328,7 +330,7 @@ HRESULT CBaseSource::Uninitialize()
     const AutoLock lock(m_lock);
     for (const auto &stream : m_impl->streams)
         stream->Shutdown();
-    m_impl->streams.clear();
+    m_impl->retired.splice(m_impl->retired.end(), m_impl->streams);
     m_impl->announced.clear();
     m_impl->descriptor.Release();
     return S_OK;
