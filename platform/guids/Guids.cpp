@@ -12,3 +12,6 @@
 #include <mfidl.h>
 #include <mfobjects.h>
 #include <mftransform.h>
+
+// The header of this one only declares it, INITGUID or not.
+DEFINE_GUID(GUID_NULL, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0);
