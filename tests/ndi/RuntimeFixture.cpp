@@ -102,7 +102,8 @@ bool waitUntilGone(const Finder &finder, const std::string &name, std::chrono::m
 
 Source findSource(const std::string &name)
 {
-    return waitForSource(makeFinder(), name);
+    static const Finder finder = makeFinder(); // one for all tests: a new one takes its time
+    return waitForSource(finder, name);
 }
 
 Pair::Pair(NDIlib_recv_color_format_e colorFormat, bool allowFields, NDIlib_recv_bandwidth_e bandwidth)

@@ -1,0 +1,125 @@
+#include "ndi/local/Registry.h"
+#include "ndi/local/Groups.h"
+#include "ndi/local/System.h"
+#include "tests/ndi/TakenPort.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+using namespace localndi;
+
+namespace
+{
+
+SenderRecord someRecord(std::uint16_t port = 65432)
+{
+    SenderRecord record;
+    record.name = "HOST (Ünïcode\n演)";
+    record.groups = "a,b";
+    record.port = port;
+    record.processId = 42;
+    record.identity = makeSecret();
+    record.password = makeSecret();
+    record.signature = makeSecret();
+    return record;
+}
+
+bool isListed(const Registry &registry, const SenderRecord &wanted)
+{
+    const auto records = registry.records();
+    return std::any_of(records.begin(), records.end(),
+                       [&](const SenderRecord &record) { return record.identity == wanted.identity; });
+}
+
+void publish(const Registry &registry, const SenderRecord &record)
+{
+    const Registry::Lock lock(registry, std::chrono::seconds(5));
+    ASSERT_TRUE(registry.publish(lock, record));
+}
+
+} // namespace
+
+TEST(SenderRecord, SurvivesItsFile)
+{
+    const auto record = someRecord();
+    const auto parsed = parseSenderRecord(serialise(record));
+    ASSERT_TRUE(parsed);
+    EXPECT_EQ(parsed->name, record.name);
+    EXPECT_EQ(parsed->groups, record.groups);
+    EXPECT_EQ(parsed->port, record.port);
+    EXPECT_EQ(parsed->processId, record.processId);
+    EXPECT_EQ(parsed->identity, record.identity);
+    EXPECT_EQ(parsed->password, record.password);
+    EXPECT_EQ(parsed->signature, record.signature);
+}
+
+TEST(SenderRecord, IsRefusedWhenCutShortOrTooLong)
+{
+    const auto bytes = serialise(someRecord());
+    for (std::size_t size = 0; size < bytes.size(); ++size)
+        EXPECT_FALSE(parseSenderRecord(bytes.substr(0, size))) << size;
+    EXPECT_FALSE(parseSenderRecord(bytes + "x"));
+}
+
+TEST(SenderRecord, SecretsDifferEachTime)
+{
+    EXPECT_NE(makeSecret(), makeSecret());
+}
+
+TEST(Registry, FolderAndRecordsBelongToTheirOwnerAlone)
+{
+    namespace fs = std::filesystem;
+    const Registry registry;
+    const ndi_test::TakenPort port;
+    const auto record = someRecord(port.number());
+    publish(registry, record);
+    const auto folder = system::privateFolder();
+    ASSERT_FALSE(folder.empty());
+    const auto others = fs::perms::group_all | fs::perms::others_all;
+    EXPECT_EQ(fs::status(folder).permissions() & others, fs::perms::none);
+    EXPECT_EQ(fs::status(folder / (std::to_string(port.number()) + ".sender")).permissions() & others, fs::perms::none);
+    registry.withdraw(record);
+    EXPECT_FALSE(isListed(registry, record));
+}
+
+TEST(Registry, DropsAStaleRecordButNotItsSuccessorOnThePort)
+{
+    const Registry registry;
+    const ndi_test::TakenPort port;
+    const auto first = someRecord(port.number());
+    const auto second = someRecord(port.number());
+    publish(registry, first);
+    publish(registry, second);
+    registry.dropStale(first);
+    EXPECT_TRUE(isListed(registry, second));
+    registry.dropStale(second);
+    EXPECT_FALSE(isListed(registry, second));
+}
+
+TEST(Registry, RemovesFrameFilesOfSendersThatAreGone)
+{
+    const Registry registry;
+    const ndi_test::TakenPort port;
+    const auto record = someRecord(port.number());
+    publish(registry, record);
+    const auto file = registry.frameFile(record.fileStem(), SlotKind::Video, 3, 1);
+    ASSERT_TRUE(system::createPrivateFile(file, 100));
+    {
+        const Registry::Lock lock(registry, std::chrono::seconds(5));
+        registry.removeOrphans(lock);
+    }
+    EXPECT_TRUE(std::filesystem::exists(file));
+    registry.dropStale(record);
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST(Groups, IntersectByWholeNames)
+{
+    EXPECT_TRUE(groupsIntersect("", ""));
+    EXPECT_TRUE(groupsIntersect("", "public"));
+    EXPECT_TRUE(groupsIntersect(" , ", "public"));
+    EXPECT_TRUE(groupsIntersect("a, b ,c", "x,b"));
+    EXPECT_FALSE(groupsIntersect("a", ""));
+    EXPECT_FALSE(groupsIntersect("ab", "a,b"));
+}
