@@ -29,7 +29,7 @@ std::optional<Options> parseCommandLine(const QStringList &arguments, int &exitC
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("Runs a media graph that is written down in QML.\n\n"
-                       "What stands after the scene is for the scene: it reads Qt.application.arguments.\n"
+                       "What stands after the scene is for the scene, which reads it as Host.arguments.\n"
                        "Exit codes: 0 all right, 1 something failed, 2 an error in the scene, 64 wrong usage."));
     // What follows the scene belongs to the scene, options included.
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsPositionalArguments);
@@ -74,6 +74,7 @@ std::optional<Options> parseCommandLine(const QStringList &arguments, int &exitC
         return std::nullopt;
     }
     options.scene = parser.positionalArguments().constFirst();
+    options.sceneArguments = parser.positionalArguments().mid(1);
     if (parser.isSet(duration)) {
         bool isNumber = false;
         options.duration = parser.value(duration).toDouble(&isNumber);

@@ -18,8 +18,9 @@ enum ExitCode {
 
 struct Options {
     QString scene;
-    QStringList importPaths; // before the module's own folder beside the program
-    double duration = 0.0;   // seconds; 0: until interrupted or the scene quits
+    QStringList sceneArguments; // what stands after the scene
+    QStringList importPaths;    // before the module's own folder beside the program
+    double duration = 0.0;      // seconds; 0: until interrupted or the scene quits
     QString jsonFile;
     QString snapshotFile;
     bool quiet = false;

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <QtCore/QStringList>
+
 namespace host
 {
 
-// Registers Graph, Link, TestPattern and Monitor as the QML module Tavrin.Host 1.0. Once per process is enough.
-void registerHostTypes();
+// Registers Graph, Link, TestPattern, Monitor and the singleton Host as the QML module Tavrin.Host 1.0.
+// `sceneArguments` is what scenes read as Host.arguments. To be called once per process.
+void registerHostTypes(const QStringList &sceneArguments);
 
 } // namespace host

@@ -85,10 +85,14 @@ int Runner::run()
 bool Runner::load()
 {
     m_engine = std::make_unique<QQmlEngine>();
-    const QStringList defaults = m_engine->importPathList();
+    // The engine leaves out folders that do not exist.
+    for (const QString &path : m_options.importPaths) {
+        if (!QFileInfo(path).isDir())
+            printError(QStringLiteral("%1: no such folder to import from").arg(path));
+    }
     QStringList paths = m_options.importPaths;
     paths.append(QCoreApplication::applicationDirPath() + QStringLiteral("/../qml"));
-    m_engine->setImportPathList(paths + defaults);
+    m_engine->setImportPathList(paths + m_engine->importPathList());
     // Before the event loop runs, a direct call would be lost.
     connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(), &QCoreApplication::quit,
             Qt::QueuedConnection);

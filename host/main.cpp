@@ -28,7 +28,7 @@ int main(int argc, char **argv)
                      static_cast<unsigned>(platform.result()));
         return host::ExitFailure;
     }
-    host::registerHostTypes();
+    host::registerHostTypes(options->sceneArguments);
     const host::Interrupt interrupt;
     QObject::connect(&interrupt, &host::Interrupt::interrupted, &application, &QCoreApplication::quit);
     host::Runner runner(*options);

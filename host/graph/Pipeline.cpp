@@ -23,6 +23,11 @@ QString resultText(HRESULT hr)
     return QStringLiteral("0x%1").arg(static_cast<quint32>(hr), 8, 16, QLatin1Char('0'));
 }
 
+QString refusalText(HRESULT hr)
+{
+    return QStringLiteral("it does not take the type of its stream (%1)").arg(resultText(hr));
+}
+
 template <typename Interface>
 CComPtr<Interface> nodeAttribute(IMFTopologyNode *node, REFGUID key)
 {
@@ -236,23 +241,21 @@ bool Pipeline::openOutlet(Entry &entry, NodeOutput *output, QString &why)
     }
     const CComPtr<IMFMediaType> type = currentType(outlet.descriptor);
     const QPointer<NodeInput> input = output->getConnectedInput();
-    Entry *const sink = find(input->node());
-    const auto sinkFailed = sink ? failureReport(*sink) : failed;
     outlet.feed = std::make_shared<StreamFeed>(
-        type, StreamFeed::Callbacks{
-                  [failed](HRESULT hr) { failed(QStringLiteral("its stream failed with %1").arg(resultText(hr))); },
-                  [caller = m_caller, input](IMFMediaType *changed) {
-                      caller->call([input, changed = CComPtr<IMFMediaType>(changed)] {
-                          if (input && input->getConnectedOutput())
-                              input->setConnectedMfMediaType(changed);
-                      });
-                  },
-                  [sinkFailed](HRESULT hr) {
-                      sinkFailed(QStringLiteral("it does not take the type of its stream (%1)").arg(resultText(hr)));
-                  }});
+        type,
+        StreamFeed::Callbacks{
+            [failed](HRESULT hr) { failed(QStringLiteral("its stream failed with %1").arg(resultText(hr))); },
+            [caller = m_caller, input](IMFMediaType *changed) {
+                caller->call([input, changed = CComPtr<IMFMediaType>(changed)] {
+                    if (input && input->getConnectedOutput())
+                        input->setConnectedMfMediaType(changed);
+                });
+            },
+            [this, caller = m_caller, input](HRESULT hr) { caller->call([this, input, hr] { refuse(input, hr); }); }});
     entry.runner->addFeed(id, outlet.feed);
     entry.outlets.emplace(output, outlet);
     input->setConnectedMfMediaType(type);
+    Entry *const sink = find(input->node());
     if (sink && sink->driver->state() == NodeDriver::State::Off)
         sink->driver->request();
     return true;
@@ -291,7 +294,7 @@ bool Pipeline::openSink(Entry &entry, NodeInput *input, QString &why)
         hr = port->adopt(input->getConnectedMfMediaType());
     if (FAILED(hr)) {
         port->close();
-        why = QStringLiteral("its sink does not take the type of its stream (%1)").arg(resultText(hr));
+        why = refusalText(hr);
         return false;
     }
     entry.ports[input] = port;
@@ -353,7 +356,14 @@ void Pipeline::attach(Outlet &outlet, Entry &sink, const std::shared_ptr<SinkPor
 {
     const HRESULT hr = outlet.feed->attach(port);
     if (FAILED(hr))
-        failureReport(sink)(QStringLiteral("it does not take the type of its stream (%1)").arg(resultText(hr)));
+        failureReport(sink)(refusalText(hr));
+}
+
+void Pipeline::refuse(NodeInput *input, HRESULT hr)
+{
+    Entry *const sink = input ? find(input->node()) : nullptr;
+    if (sink && sink->ports.count(input))
+        fail(*sink, refusalText(hr));
 }
 
 void Pipeline::requestClock(int delay)

@@ -74,6 +74,8 @@ private:
     void startSource(Entry &entry);
     void joinSink(Entry &entry);
     void attach(Outlet &outlet, Entry &sink, const std::shared_ptr<SinkPort> &port);
+    // The sink at that input has turned a type down.
+    void refuse(NodeInput *input, HRESULT hr);
     void requestClock(int delay);
     // Gives the graph's Direct3D device to a source that can use one.
     void offerDevice(IMFMediaSource *source);

@@ -43,9 +43,7 @@ void SourceRunner::shutdown()
     m_pump.stop();
     for (const auto &[id, feed] : m_feeds)
         feed->close();
-    if (m_started)
-        m_source->Stop();
-    m_source->Shutdown();
+    m_source->Shutdown(); // stops a source that runs
 }
 
 bool SourceRunner::hasDelivered() const

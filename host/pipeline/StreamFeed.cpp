@@ -25,13 +25,10 @@ HRESULT StreamFeed::open(IMFMediaStream *stream)
         m_stream = stream;
     }
     const std::weak_ptr<StreamFeed> weak = weak_from_this();
-    const HRESULT hr = m_pump.start(stream, [weak](MediaEventType type, IMFMediaEvent *event) {
+    return m_pump.start(stream, [weak](MediaEventType type, IMFMediaEvent *event) {
         if (const std::shared_ptr<StreamFeed> feed = weak.lock())
             feed->onEvent(type, event);
     });
-    if (SUCCEEDED(hr))
-        ask();
-    return hr;
 }
 
 void StreamFeed::close()
@@ -88,9 +85,9 @@ void StreamFeed::ask()
     unsigned missing = 0;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
-        if (!m_stream || m_ended)
+        if (!m_stream || !m_running)
             return;
-        const unsigned wanted = m_port && m_port->isStarted() ? m_port->wanted() : 1;
+        const unsigned wanted = m_port ? m_port->wanted() : 1;
         missing = wanted > m_asked ? wanted - m_asked : 0;
         m_asked += missing;
         stream = m_stream;
@@ -113,6 +110,13 @@ void StreamFeed::ask()
 void StreamFeed::onEvent(MediaEventType type, IMFMediaEvent *event)
 {
     switch (type) {
+    case MEStreamStarted: {
+        {
+            const std::lock_guard<std::mutex> guard(m_lock);
+            m_running = true;
+        }
+        return ask();
+    }
     case MEMediaSample:
         return onSample(event);
     case MEStreamFormatChanged:
@@ -122,7 +126,7 @@ void StreamFeed::onEvent(MediaEventType type, IMFMediaEvent *event)
     case MEEndOfStream: {
         {
             const std::lock_guard<std::mutex> guard(m_lock);
-            m_ended = true;
+            m_running = false;
         }
         return onMarker(event, MFSTREAMSINK_MARKER_ENDOFSEGMENT);
     }

@@ -18,7 +18,7 @@ class SinkPort;
 // the sink waits for, and hands over samples, type changes, gaps and the end in the order in which the stream sends
 // them.
 //
-// A stream whose sink is not there or not started is drained, one sample at a time: a live source captures all its
+// A stream whose sink is not there is drained, one sample at a time: a live source captures all its
 // streams at once, and what nobody takes would pile up in it.
 //
 // attach() and detach() belong to the graph's thread, everything else runs on work queue threads, the callbacks too.
@@ -39,7 +39,7 @@ public:
 
     // Before the source starts: the type negotiated.
     void setType(IMFMediaType *type);
-    // The source has started the stream.
+    // The source has made the stream.
     HRESULT open(IMFMediaStream *stream);
     void close();
 
@@ -68,8 +68,8 @@ private:
     CComPtr<IMFMediaStream> m_stream;
     CComPtr<IMFMediaType> m_type;
     std::shared_ptr<SinkPort> m_port;
-    unsigned m_asked = 0; // requests that the stream has not answered yet
-    bool m_ended = false;
+    unsigned m_asked = 0;   // requests that the stream has not answered yet
+    bool m_running = false; // from the stream's start to its end
 };
 
 } // namespace host

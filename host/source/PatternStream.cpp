@@ -2,6 +2,8 @@
 
 #include "pattern/FrameRate.h"
 
+#include <mferror.h>
+
 namespace host
 {
 
@@ -32,7 +34,8 @@ HRESULT PatternStream::RequestFrame()
     sample->SetSampleTime(frameStart(m_next));
     sample->SetSampleDuration(frameStart(m_next + 1) - frameStart(m_next));
     ++m_next;
-    return m_requestManager->PushSample(sample);
+    hr = m_requestManager->PushSample(sample);
+    return hr == MF_E_SHUTDOWN ? S_FALSE : hr; // the source went while the frame was made
 }
 
 HRESULT PatternStream::Start(const PROPVARIANT &position)

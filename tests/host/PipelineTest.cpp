@@ -1,0 +1,261 @@
+#include "host/graph/Pipeline.h"
+#include "tests/host/EventLoop.h"
+#include "tests/host/FakeNodes.h"
+
+#include <mferror.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using testing::ElementsAre;
+
+std::vector<std::string> firstOf(const std::vector<std::string> &log, std::size_t count)
+{
+    return {log.begin(), log.begin() + static_cast<std::ptrdiff_t>(std::min(count, log.size()))};
+}
+
+ScriptStep sampleAt(LONGLONG milliseconds)
+{
+    return {ScriptStep::Sample, milliseconds * 10000, nullptr};
+}
+
+class PipelineTest : public testing::Test
+{
+protected:
+    void link()
+    {
+        m_source.video()->connectTo(m_sink.video());
+        m_source.audio()->connectTo(m_sink.audio());
+    }
+    void run()
+    {
+        m_pipeline.setNodes({&m_source, &m_sink});
+        m_pipeline.start();
+    }
+    bool flows()
+    {
+        const std::size_t pictures = m_sink.pictures().samples();
+        const std::size_t sound = m_sink.sound().samples();
+        return waitUntil(
+            [&] { return m_sink.pictures().samples() > pictures + 5 && m_sink.sound().samples() > sound + 5; });
+    }
+
+    ScriptedSource m_source;
+    KeepingSink m_sink;
+    host::Pipeline m_pipeline; // goes first
+};
+
+TEST_F(PipelineTest, CarriesSamplesInOrderAfterTheirType)
+{
+    m_source.videoScript = {sampleAt(0), sampleAt(40), sampleAt(80)};
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    EXPECT_THAT(firstOf(m_sink.pictures().log(), 1), ElementsAre("type 64"));
+    // The sink adopts the type once when it is made and once when the source joins.
+    std::vector<std::string> log = m_sink.pictures().log();
+    log.erase(std::remove(log.begin(), log.end(), "type 64"), log.end());
+    EXPECT_THAT(firstOf(log, 3), ElementsAre("sample 0", "sample 40", "sample 80"));
+}
+
+TEST_F(PipelineTest, TellsBothNodesWhenTheirTopologyIsThere)
+{
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    EXPECT_EQ(m_source.topologies, 1);
+    EXPECT_EQ(m_sink.topologies, 1);
+}
+
+TEST_F(PipelineTest, SetsTheTypeOfTheConnectionBeforeTheSinkIsMade)
+{
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    EXPECT_EQ(m_sink.video()->getConnectedMfMediaType(), m_source.videoType.p);
+    EXPECT_EQ(m_sink.created, 1);
+}
+
+TEST_F(PipelineTest, MakesTheSinkAdoptANewTypeBeforeTheFirstSampleOfIt)
+{
+    m_source.videoScript = {sampleAt(0), {ScriptStep::TypeChange, 0, pictureType(128, 64)}, sampleAt(40), sampleAt(80)};
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    const std::vector<std::string> log = m_sink.pictures().log();
+    const auto at = [&log](const char *text) { return std::find(log.begin(), log.end(), text) - log.begin(); };
+    EXPECT_LT(at("sample 0"), at("type 128"));
+    EXPECT_EQ(at("type 128") + 1, at("sample 40"));
+    EXPECT_TRUE(waitUntil([this] {
+        IMFMediaType *const type = m_sink.video()->getConnectedMfMediaType();
+        return type && type != m_source.videoType.p;
+    }));
+}
+
+TEST_F(PipelineTest, LeavesAnUnlinkedStreamDeselected)
+{
+    m_source.video()->connectTo(m_sink.video());
+    run();
+    ASSERT_TRUE(waitUntil([this] { return m_sink.pictures().samples() > 5; }));
+    EXPECT_EQ(m_sink.sound().samples(), 0U);
+}
+
+TEST_F(PipelineTest, MakesNothingOfANodeWithoutLinks)
+{
+    run();
+    KeepingSink other;
+    EXPECT_FALSE(waitUntil([this] { return m_source.created > 0 || m_sink.created > 0; }, 50));
+}
+
+TEST_F(PipelineTest, TakesManyRequestsForOne)
+{
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    for (int count = 0; count < 10; ++count)
+        m_source.ask();
+    ASSERT_TRUE(waitUntil([this] { return m_source.created == 2; }));
+    ASSERT_TRUE(flows());
+    EXPECT_EQ(m_source.created, 2);
+}
+
+TEST_F(PipelineTest, KeepsTheSinkWhenTheSourceIsMadeAnew)
+{
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    m_source.videoType = pictureType(320, 180);
+    m_source.ask();
+    ASSERT_TRUE(waitUntil([this] { return m_source.created == 2; }));
+    ASSERT_TRUE(flows());
+    EXPECT_EQ(m_sink.created, 1);
+    EXPECT_EQ(m_sink.video()->getConnectedMfMediaType(), m_source.videoType.p);
+}
+
+TEST_F(PipelineTest, KeepsTheSourceWhenTheSinkIsMadeAnew)
+{
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    m_sink.ask();
+    ASSERT_TRUE(waitUntil([this] { return m_sink.created == 2; }));
+    ASSERT_TRUE(flows());
+    EXPECT_EQ(m_source.created, 1);
+}
+
+TEST_F(PipelineTest, ShutsTheSourceDownWhenItStops)
+{
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    const CComPtr<IMFMediaSource> source = m_source.source();
+    m_pipeline.stop();
+    DWORD characteristics = 0;
+    EXPECT_EQ(source->GetCharacteristics(&characteristics), MF_E_SHUTDOWN);
+    EXPECT_EQ(m_source.destroyed, 1);
+    EXPECT_EQ(m_sink.destroyed, 1);
+    EXPECT_EQ(m_source.video()->mfNode(), nullptr);
+}
+
+TEST_F(PipelineTest, StartsAndStopsFiftyTimes)
+{
+    link();
+    m_pipeline.setNodes({&m_source, &m_sink});
+    for (int round = 0; round < 50; ++round) {
+        const std::size_t before = m_sink.pictures().samples();
+        m_pipeline.start();
+        ASSERT_TRUE(waitUntil([&] { return m_sink.pictures().samples() > before; })) << round;
+        m_pipeline.stop();
+    }
+    EXPECT_EQ(m_source.created, 50);
+    EXPECT_EQ(m_source.destroyed, 50);
+    EXPECT_EQ(m_sink.created, 50);
+}
+
+TEST_F(PipelineTest, MakesASourceThatFailedAnew)
+{
+    m_source.videoScript = {sampleAt(0), {ScriptStep::Fail, 0, nullptr}};
+    link();
+    run();
+    EXPECT_TRUE(waitUntil([this] { return m_source.created >= 2; }));
+    EXPECT_EQ(m_sink.created, 1);
+    EXPECT_GE(m_pipeline.restarts(), 1);
+}
+
+TEST_F(PipelineTest, MakesASourceThatEndedAnew)
+{
+    m_source.videoScript = {sampleAt(0), {ScriptStep::End, 0, nullptr}};
+    m_source.audioScript = {{ScriptStep::End, 0, nullptr}};
+    link();
+    run();
+    EXPECT_TRUE(waitUntil([this] { return m_source.created >= 2; }));
+}
+
+TEST_F(PipelineTest, WaitsTwiceAsLongAfterEachFailure)
+{
+    m_source.fails = true;
+    link();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    run();
+    ASSERT_TRUE(waitUntil([this] { return m_source.created == 3; }));
+    EXPECT_GE(elapsed.elapsed(), 250 + 500 - 20); // a timer may be early by its coarseness
+    EXPECT_EQ(m_sink.created, 0);
+}
+
+TEST_F(PipelineTest, StartsTheSourceThoughASinkFailsAndJoinsThatLater)
+{
+    m_sink.failures = 1;
+    link();
+    run();
+    EXPECT_TRUE(waitUntil([this] { return m_source.topologies == 1; }));
+    EXPECT_EQ(m_sink.topologies, 0);
+    EXPECT_TRUE(flows());
+    EXPECT_EQ(m_source.created, 1);
+    EXPECT_EQ(m_sink.created, 2);
+}
+
+TEST_F(PipelineTest, MakesASinkAnewThatTurnsANewTypeDown)
+{
+    m_sink.pictures().takeUpTo(64);
+    m_source.videoScript = {sampleAt(0), {ScriptStep::TypeChange, 0, pictureType(128, 64)}, sampleAt(40)};
+    link();
+    run();
+    ASSERT_TRUE(waitUntil([this] { return m_pipeline.restarts() >= 1; }));
+    EXPECT_EQ(m_source.created, 1);
+    m_sink.pictures().takeUpTo(128);
+    EXPECT_TRUE(flows());
+    EXPECT_THAT(m_sink.pictures().log(), testing::Contains("type 128"));
+}
+
+TEST_F(PipelineTest, FollowsALinkThatIsTakenAndGiven)
+{
+    link();
+    run();
+    ASSERT_TRUE(flows());
+    m_source.audio()->connectTo(nullptr);
+    ASSERT_TRUE(waitUntil([this] { return m_source.created == 2 && m_sink.created == 2; }));
+    EXPECT_EQ(m_sink.audio()->getConnectedMfMediaType(), nullptr);
+    const std::size_t before = m_sink.pictures().samples();
+    ASSERT_TRUE(waitUntil([&] { return m_sink.pictures().samples() > before + 5; }));
+    m_source.audio()->connectTo(m_sink.audio());
+    EXPECT_TRUE(flows());
+}
+
+TEST_F(PipelineTest, OutlivesANodeThatGoesWithoutAWord)
+{
+    auto source = std::make_unique<ScriptedSource>();
+    source->video()->connectTo(m_sink.video());
+    m_pipeline.setNodes({source.get(), &m_sink});
+    m_pipeline.start();
+    ASSERT_TRUE(waitUntil([this] { return m_sink.pictures().samples() > 5; }));
+    source.reset();
+    link();
+    m_pipeline.setNodes({&m_source, &m_sink});
+    EXPECT_TRUE(flows());
+}
+
+} // namespace

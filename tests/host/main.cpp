@@ -1,0 +1,17 @@
+#include "host/HostTypes.h"
+#include "host/MediaPlatform.h"
+
+#include <QtCore/QCoreApplication>
+
+#include <gtest/gtest.h>
+
+int main(int argc, char **argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    QCoreApplication application(argc, argv);
+    const host::MediaPlatform platform;
+    if (FAILED(platform.result()))
+        return 1;
+    host::registerHostTypes({QStringLiteral("first"), QStringLiteral("second")});
+    return RUN_ALL_TESTS();
+}
