@@ -1,0 +1,41 @@
+#include "source/HardwareBuffer.h"
+
+#include "hostfw/VideoFormats.h"
+#include "plugin/Checks.h"
+#include "plugin/Logging.h"
+
+#include <mfapi.h>
+
+namespace
+{
+
+constexpr auto checkCategory = sourceCategory;
+
+} // namespace
+
+HRESULT createHardwareBuffer(UINT32 width, UINT32 height, const GUID &subtype, CD3D11DeviceManager *d3dDeviceManager,
+                             IMFMediaBuffer **outBuffer)
+{
+    CHECK_POINTER(d3dDeviceManager);
+    const CD3D11Device d3dDevice(*d3dDeviceManager);
+
+    D3D11_TEXTURE2D_DESC textureDesc = {};
+    textureDesc.Width = width;
+    textureDesc.Height = height;
+    textureDesc.MipLevels = 1;
+    textureDesc.ArraySize = 1;
+    textureDesc.Format = GetDXGIFmtBySubtype(subtype);
+    textureDesc.SampleDesc.Count = 1;
+    textureDesc.SampleDesc.Quality = 0;
+    textureDesc.Usage = D3D11_USAGE_DEFAULT;
+    textureDesc.BindFlags = 0;
+    textureDesc.CPUAccessFlags = 0;
+    textureDesc.MiscFlags = 0;
+    CComPtr<ID3D11Texture2D> texture;
+    CHECK_HR(d3dDevice->CreateTexture2D(&textureDesc, nullptr, &texture));
+
+    CComPtr<IMFMediaBuffer> mediaBuffer;
+    CHECK_HR(MFCreateDXGISurfaceBuffer(__uuidof(ID3D11Texture2D), texture, 0, 0, &mediaBuffer));
+    CHECK_HR(mediaBuffer.QueryInterface(outBuffer));
+    return S_OK;
+}
