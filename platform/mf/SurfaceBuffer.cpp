@@ -1,0 +1,94 @@
+// Media buffers on textures.
+
+#include "platform/d3d11/Texture2D.h"
+#include "platform/mf/PictureBuffer.h"
+
+#include <mfapi.h>
+#include <mferror.h>
+
+#include <map>
+
+namespace winmedia
+{
+
+namespace
+{
+
+struct GuidLess {
+    bool operator()(const GUID &left, const GUID &right) const { return memcmp(&left, &right, sizeof(GUID)) < 0; }
+};
+
+class SurfaceBuffer : public PictureBuffer, public IMFDXGIBuffer
+{
+public:
+    SurfaceBuffer(Ref<Texture2D> texture, bool bottomUp, UINT32 bytes, UINT32 lines, UINT32 firstPlaneLines)
+        : PictureBuffer({texture->memory(), static_cast<LONG>(texture->pitch()), bottomUp}, bytes, lines,
+                        firstPlaneLines),
+          m_texture(std::move(texture))
+    {
+    }
+
+    STDMETHODIMP QueryInterface(REFIID iid, void **out) override { return PictureBuffer::QueryInterface(iid, out); }
+    STDMETHODIMP_(ULONG) AddRef() override { return PictureBuffer::AddRef(); }
+    STDMETHODIMP_(ULONG) Release() override { return PictureBuffer::Release(); }
+
+    STDMETHODIMP GetResource(REFIID iid, void **out) override { return m_texture->QueryInterface(iid, out); }
+    STDMETHODIMP GetSubresourceIndex(UINT *index) override
+    {
+        if (!index)
+            return E_POINTER;
+        *index = 0;
+        return S_OK;
+    }
+    STDMETHODIMP GetUnknown(REFGUID key, REFIID iid, void **out) override
+    {
+        const std::lock_guard lock(m_attachedMutex);
+        const auto entry = m_attached.find(key);
+        return entry == m_attached.end() ? MF_E_NOT_FOUND : entry->second->QueryInterface(iid, out);
+    }
+    STDMETHODIMP SetUnknown(REFGUID key, IUnknown *object) override
+    {
+        const std::lock_guard lock(m_attachedMutex);
+        if (!object)
+            return m_attached.erase(key) ? S_OK : MF_E_NOT_FOUND;
+        return m_attached.emplace(key, object).second ? S_OK : HRESULT_FROM_WIN32(ERROR_OBJECT_ALREADY_EXISTS);
+    }
+
+protected:
+    void *findInterface(REFIID iid) override
+    {
+        if (IsEqualIID(iid, __uuidof(IMFDXGIBuffer)))
+            return static_cast<IMFDXGIBuffer *>(this);
+        return PictureBuffer::findInterface(iid);
+    }
+
+private:
+    const Ref<Texture2D> m_texture;
+    std::mutex m_attachedMutex;
+    std::map<GUID, Ref<IUnknown>, GuidLess> m_attached; // guarded by m_attachedMutex
+};
+
+} // namespace
+
+} // namespace winmedia
+
+HRESULT WINAPI MFCreateDXGISurfaceBuffer(REFIID iid, IUnknown *surface, UINT subresource, BOOL bottomUp,
+                                         IMFMediaBuffer **buffer)
+{
+    using namespace winmedia;
+    if (!buffer || !surface || subresource != 0 || !IsEqualIID(iid, __uuidof(ID3D11Texture2D)))
+        return E_INVALIDARG;
+    Ref<ID3D11Texture2D> face;
+    const HRESULT hr = surface->QueryInterface(__uuidof(ID3D11Texture2D), reinterpret_cast<void **>(face.put()));
+    if (FAILED(hr))
+        return E_INVALIDARG;
+    // Every texture of this process is one of this device's.
+    Ref<Texture2D> texture(static_cast<Texture2D *>(face.get()));
+    D3D11_TEXTURE2D_DESC description;
+    texture->GetDesc(&description);
+    const ImageFormat *const format = findTextureFormat(description.Format);
+    *buffer = createObject<SurfaceBuffer>(std::move(texture), bottomUp != FALSE, lineBytes(*format, description.Width),
+                                          totalLines(*format, description.Height), description.Height)
+                  .detach();
+    return *buffer ? S_OK : E_OUTOFMEMORY;
+}
