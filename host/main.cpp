@@ -19,8 +19,10 @@ int main(int argc, char **argv)
     const std::optional<host::Options> options = host::parseCommandLine(QCoreApplication::arguments(), exitCode);
     if (!options)
         return exitCode;
-    if (options->verbose)
-        QLoggingCategory::setFilterRules(QStringLiteral("Multimedia.*=true\nTavrin.*=true"));
+    // The environment variable QT_LOGGING_RULES has the last word.
+    QLoggingCategory::setFilterRules(options->verbose
+                                         ? QStringLiteral("Multimedia.*=true\nTavrin.*=true")
+                                         : QStringLiteral("Multimedia.*.debug=false\nMultimedia.*.info=false"));
 
     const host::MediaPlatform platform;
     if (FAILED(platform.result())) {
