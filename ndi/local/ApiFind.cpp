@@ -16,7 +16,7 @@ void NDIlib_find_destroy(NDIlib_find_instance_t finder)
 
 bool NDIlib_find_wait_for_sources(NDIlib_find_instance_t finder, uint32_t timeout_ms)
 {
-    return finder != nullptr && finder->wait(waitTime(timeout_ms));
+    return finder != nullptr && finder->finder.wait(waitTime(timeout_ms));
 }
 
 const NDIlib_source_t *NDIlib_find_get_current_sources(NDIlib_find_instance_t finder, uint32_t *count)
@@ -24,5 +24,5 @@ const NDIlib_source_t *NDIlib_find_get_current_sources(NDIlib_find_instance_t fi
     std::uint32_t ignored = 0;
     auto &number = count != nullptr ? *count : ignored;
     number = 0;
-    return finder != nullptr ? finder->sources(number) : nullptr;
+    return finder != nullptr ? finder->finder.sources(number) : nullptr;
 }

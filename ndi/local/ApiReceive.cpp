@@ -21,7 +21,7 @@ template <typename Frame>
 void freeFrame(NDIlib_recv_instance_t receiver, const Frame *frame)
 {
     if (receiver != nullptr && frame != nullptr)
-        receiver->free(frame->p_data);
+        receiver->receiver.free(frame->p_data);
 }
 
 } // namespace
@@ -47,7 +47,7 @@ NDIlib_frame_type_e NDIlib_recv_capture_v2(NDIlib_recv_instance_t receiver, NDIl
     if (receiver == nullptr)
         return NDIlib_frame_type_none;
     try {
-        return receiver->capture(video, audio, metadata, waitTime(timeout_ms));
+        return receiver->receiver.capture(video, audio, metadata, waitTime(timeout_ms));
     } catch (const std::exception &) { // no memory for a conversion: the frame is lost
         return NDIlib_frame_type_none;
     }
@@ -72,10 +72,10 @@ bool NDIlib_recv_set_tally(NDIlib_recv_instance_t receiver, const NDIlib_tally_t
 {
     if (receiver == nullptr || tally == nullptr)
         return false;
-    return receiver->setTally({tally->on_program ? 1U : 0U, tally->on_preview ? 1U : 0U});
+    return receiver->receiver.setTally({tally->on_program ? 1U : 0U, tally->on_preview ? 1U : 0U});
 }
 
 int NDIlib_recv_get_no_connections(NDIlib_recv_instance_t receiver)
 {
-    return receiver != nullptr ? receiver->connectionCount() : 0;
+    return receiver != nullptr ? receiver->receiver.connectionCount() : 0;
 }

@@ -38,7 +38,7 @@ void NDIlib_send_destroy(NDIlib_send_instance_t sender)
 void NDIlib_send_send_video_v2(NDIlib_send_instance_t sender, const NDIlib_video_frame_v2_t *frame)
 {
     if (sender != nullptr && frame != nullptr)
-        guarded([&] { sender->sendVideo(*frame); });
+        guarded([&] { sender->sender.sendVideo(*frame); });
 }
 
 // The frame is copied before the call returns, so none is ever held.
@@ -50,20 +50,20 @@ void NDIlib_send_send_video_async_v2(NDIlib_send_instance_t sender, const NDIlib
 void NDIlib_send_send_audio_v2(NDIlib_send_instance_t sender, const NDIlib_audio_frame_v2_t *frame)
 {
     if (sender != nullptr && frame != nullptr)
-        guarded([&] { sender->sendAudio(*frame); });
+        guarded([&] { sender->sender.sendAudio(*frame); });
 }
 
 void NDIlib_send_send_metadata(NDIlib_send_instance_t sender, const NDIlib_metadata_frame_t *frame)
 {
     if (sender != nullptr && frame != nullptr)
-        guarded([&] { sender->sendMetadata(*frame); });
+        guarded([&] { sender->sender.sendMetadata(*frame); });
 }
 
 bool NDIlib_send_get_tally(NDIlib_send_instance_t sender, NDIlib_tally_t *tally, uint32_t timeout_ms)
 {
     if (sender == nullptr || tally == nullptr)
         return false;
-    const auto reading = sender->readTally(waitTime(timeout_ms));
+    const auto reading = sender->sender.readTally(waitTime(timeout_ms));
     tally->on_program = reading.state.onProgram != 0;
     tally->on_preview = reading.state.onPreview != 0;
     return reading.changed;
@@ -71,5 +71,5 @@ bool NDIlib_send_get_tally(NDIlib_send_instance_t sender, NDIlib_tally_t *tally,
 
 int NDIlib_send_get_no_connections(NDIlib_send_instance_t sender, uint32_t timeout_ms)
 {
-    return sender != nullptr ? sender->connectionCount(waitTime(timeout_ms)) : 0;
+    return sender != nullptr ? sender->sender.connectionCount(waitTime(timeout_ms)) : 0;
 }

@@ -23,7 +23,7 @@ namespace localndi
 // that connection is the end of the sender, however it came about.
 //
 // Threads: the public functions from one at a time; the connections belong to the IO thread.
-class Finder : private SenderLink::Listener
+class Finder final : private SenderLink::Listener
 {
 public:
     Finder(bool showLocal, std::string groups);

@@ -11,16 +11,21 @@
 #include <exception>
 #include <memory>
 #include <string>
+#include <utility>
 
-// What the C interface's opaque handles point to.
-struct NDIlib_find_instance_type : localndi::Finder {
-    using Finder::Finder;
+// What the C interface's opaque handles point to. They hold the object rather than derive from it: its IO thread calls
+// its virtual functions before a derived constructor would be done.
+struct NDIlib_find_instance_type {
+    NDIlib_find_instance_type(bool showLocal, std::string groups) : finder(showLocal, std::move(groups)) {}
+    localndi::Finder finder;
 };
-struct NDIlib_recv_instance_type : localndi::Receiver {
-    using Receiver::Receiver;
+struct NDIlib_recv_instance_type {
+    explicit NDIlib_recv_instance_type(localndi::Receiver::Settings settings) : receiver(std::move(settings)) {}
+    localndi::Receiver receiver;
 };
-struct NDIlib_send_instance_type : localndi::Sender {
-    using Sender::Sender;
+struct NDIlib_send_instance_type {
+    explicit NDIlib_send_instance_type(const localndi::Sender::Settings &settings) : sender(settings) {}
+    localndi::Sender sender;
 };
 
 namespace localndi

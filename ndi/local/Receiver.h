@@ -24,7 +24,7 @@ namespace localndi
 //
 // Threads: the public functions from any; the connection belongs to the IO thread. Nobody may still be inside a
 // function when the object is destroyed. Ownership: captured frames are the receiver's until they are freed.
-class Receiver : private SenderLink::Listener
+class Receiver final : private SenderLink::Listener
 {
 public:
     struct Settings {

@@ -26,7 +26,7 @@ namespace localndi
 //
 // Threads: the public functions from any; those that send block for pacing and are serialised per kind. Connections
 // belong to the IO thread. Nobody may still be inside a function when the object is destroyed.
-class Sender : private SenderConnection::Owner
+class Sender final : private SenderConnection::Owner
 {
 public:
     struct Settings {

@@ -15,7 +15,7 @@ namespace localndi
 //
 // A receiver holds a bounded number of slots at a time; what comes while it holds that many waits here, the oldest
 // going first, so that a receiver that is stopped costs the others nothing. Threads: the context's only.
-class SenderConnection : private MessageStream::Listener
+class SenderConnection final : private MessageStream::Listener
 {
 public:
     class Owner

@@ -13,7 +13,7 @@ namespace localndi
 // The connection of a finder or receiver to one sender. While it is open, the sender lives.
 //
 // Threads: the context's only. Ownership: its owner's, who is also its listener; destroying it closes the connection.
-class SenderLink : private MessageStream::Listener
+class SenderLink final : private MessageStream::Listener
 {
 public:
     enum class End {

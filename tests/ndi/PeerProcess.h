@@ -20,6 +20,10 @@ public:
     // Makes a sender, a finder and a receiver, and ends without destroying them.
     static PeerProcess leaver(const std::string &name) { return PeerProcess("leave", name, ""); }
 
+    ~PeerProcess();
+    PeerProcess(const PeerProcess &) = delete;
+    PeerProcess &operator=(const PeerProcess &) = delete;
+
     void kill();
     // The exit code, or -1 when it crashed or did not end in time.
     int waitForEnd();
@@ -27,7 +31,7 @@ public:
 private:
     PeerProcess(const std::string &role, const std::string &name, const std::string &address);
 
-    std::unique_ptr<QProcess> m_process;
+    QProcess m_process;
 };
 
 } // namespace ndi_test
