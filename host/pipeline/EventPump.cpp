@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace host
 {
@@ -13,8 +14,8 @@ class EventPumpCallback final : public IMFAsyncCallback, public CUnknown
 {
 public:
     EventPumpCallback(IMFMediaEventGenerator *generator, EventPump::Handler handler)
-        : CUnknown(L"EventPumpCallback", nullptr), m_generator(generator),
-          m_handler(std::make_shared<EventPump::Handler>(std::move(handler)))
+        : CUnknown(L"EventPumpCallback", nullptr),
+          m_target(generator, std::make_shared<EventPump::Handler>(std::move(handler)))
     {
     }
 
@@ -30,36 +31,47 @@ public:
     HRESULT STDMETHODCALLTYPE GetParameters(DWORD *, DWORD *) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *result) override
     {
+        const auto [generator, handler] = current();
+        if (!generator)
+            return S_OK;
         CComPtr<IMFMediaEvent> event;
-        if (FAILED(m_generator->EndGetEvent(result, &event)))
+        if (FAILED(generator->EndGetEvent(result, &event))) {
+            stop();
             return S_OK;
-        const std::shared_ptr<EventPump::Handler> handler = currentHandler();
-        if (!handler)
-            return S_OK;
+        }
         MediaEventType type = MEUnknown;
         event->GetType(&type);
         (*handler)(type, event);
-        next();
+        if (FAILED(next()))
+            stop();
         return S_OK;
     }
 
-    HRESULT next() { return m_generator->BeginGetEvent(this, nullptr); }
-    void forgetHandler()
+    HRESULT next()
     {
+        const CComPtr<IMFMediaEventGenerator> generator = current().first;
+        return generator ? generator->BeginGetEvent(this, nullptr) : S_OK;
+    }
+    // The generator holds its subscriber, in some implementations beyond its shutdown, so this lets go of the
+    // generator.
+    void stop()
+    {
+        Target dropped;
         const std::lock_guard<std::mutex> guard(m_lock);
-        m_handler.reset();
+        std::swap(dropped, m_target);
     }
 
 private:
-    std::shared_ptr<EventPump::Handler> currentHandler()
+    using Target = std::pair<CComPtr<IMFMediaEventGenerator>, std::shared_ptr<EventPump::Handler>>;
+
+    Target current()
     {
         const std::lock_guard<std::mutex> guard(m_lock);
-        return m_handler;
+        return m_target;
     }
 
-    const CComPtr<IMFMediaEventGenerator> m_generator;
     std::mutex m_lock;
-    std::shared_ptr<EventPump::Handler> m_handler; // guarded by m_lock; null once stopped
+    Target m_target; // guarded by m_lock; empty once stopped
 };
 
 EventPump::EventPump() = default;
@@ -79,7 +91,7 @@ HRESULT EventPump::start(IMFMediaEventGenerator *generator, Handler handler)
 void EventPump::stop()
 {
     if (m_callback)
-        m_callback->forgetHandler();
+        m_callback->stop();
     m_callback.Release();
 }
 
