@@ -1,12 +1,14 @@
 #include "format/VariantReader.h"
 
 #include <QtCore/QDataStream>
+#include <QtCore/QDateTime>
 #include <QtCore/QHash>
 #include <QtCore/QIODevice>
 #include <QtCore/QList>
 #include <QtCore/QMap>
 #include <QtCore/QMetaType>
 #include <QtCore/QStringList>
+#include <QtCore/QTimeZone>
 
 namespace
 {
@@ -16,6 +18,16 @@ namespace
 constexpr int maxNesting = 64;
 
 bool readValue(QDataStream &stream, int nesting, QVariant &value);
+
+// A date whose bytes name no known kind of time comes out of Qt with a time zone that is not there; Qt itself then
+// fails when it writes the value or looks the zone up.
+bool isUsable(const QVariant &value)
+{
+    if (value.userType() != QMetaType::QDateTime)
+        return true;
+    const QDateTime time = value.toDateTime();
+    return time.timeSpec() != Qt::TimeZone || time.timeZone().isValid();
+}
 
 bool readElement(QDataStream &stream, int nesting, QVariantList &list)
 {
@@ -77,6 +89,17 @@ bool readContainer(QDataStream &stream, int nesting, bool isNull, QVariant &valu
     return stream.status() == QDataStream::Ok;
 }
 
+// Qt writes built-in types by number and others by name. It would take a built-in one by its name as well, or by its
+// number with high bits that it drops, and so come to a container past the cases below.
+bool isPlainlyNamed(QDataStream &stream, quint32 type)
+{
+    if (type != QMetaType::User)
+        return type < QMetaType::User;
+    QByteArray name;
+    stream >> name;
+    return stream.status() == QDataStream::Ok && QMetaType::type(name.constData()) >= QMetaType::User;
+}
+
 bool readValue(QDataStream &stream, int nesting, QVariant &value)
 {
     if (nesting > maxNesting)
@@ -98,12 +121,15 @@ bool readValue(QDataStream &stream, int nesting, QVariant &value)
         return readContainer<QStringList>(stream, nesting + 1, isNull, value);
     case QMetaType::QByteArrayList:
         return readContainer<QByteArrayList>(stream, nesting + 1, isNull, value);
-    case QMetaType::QVariant: // a value in a value: Qt would follow it without bound
+    case QMetaType::QVariant:     // a value in a value: Qt would follow it without bound
+    case QMetaType::QEasingCurve: // a container in disguise: Qt reserves as many points as the bytes claim
         return false;
     default:
+        if (!isPlainlyNamed(stream, type))
+            return false;
         stream.device()->seek(start);
         stream >> value;
-        return stream.status() == QDataStream::Ok;
+        return stream.status() == QDataStream::Ok && isUsable(value);
     }
 }
 
