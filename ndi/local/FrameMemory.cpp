@@ -15,7 +15,7 @@ namespace ipc = boost::interprocess;
 std::shared_ptr<FrameMemory> map(const std::filesystem::path &file, ipc::mode_t fileMode, ipc::mode_t regionMode)
 {
     try {
-        const ipc::file_mapping mapping(file.c_str(), fileMode);
+        const ipc::file_mapping mapping(file.string().c_str(), fileMode);
         return std::make_shared<FrameMemory>(ipc::mapped_region(mapping, regionMode));
     } catch (const ipc::interprocess_exception &) {
         return nullptr;

@@ -42,6 +42,13 @@ std::optional<AudioShape> checkedAudio(int sampleRate, int channels, int samples
     return shape;
 }
 
+// Of a text that may lack its terminating zero.
+std::size_t sizeWithin(const char *text, std::size_t limit)
+{
+    const void *end = std::memchr(text, 0, limit);
+    return end != nullptr ? static_cast<std::size_t>(static_cast<const char *>(end) - text) : limit;
+}
+
 bool fitsItsSlot(const SlotPlace &place, std::int64_t size)
 {
     return place.dataSize == static_cast<std::uint64_t>(size) && place.metadataSize <= maximumMetadata;
@@ -98,10 +105,20 @@ std::string_view attachedText(const char *text)
 {
     if (text == nullptr)
         return {};
-    const void *end = std::memchr(text, 0, maximumMetadata);
-    if (end == nullptr)
+    const auto size = sizeWithin(text, maximumMetadata);
+    return {text, size < maximumMetadata ? size : 0};
+}
+
+std::string_view textOf(const NDIlib_metadata_frame_t &frame)
+{
+    if (frame.length < 0)
         return {};
-    return {text, static_cast<std::size_t>(static_cast<const char *>(end) - text)};
+    if (frame.length == 0)
+        return attachedText(frame.p_data);
+    if (frame.p_data == nullptr)
+        return {};
+    const auto size = sizeWithin(frame.p_data, static_cast<std::size_t>(frame.length));
+    return {frame.p_data, size < maximumMetadata ? size : 0};
 }
 
 } // namespace localndi

@@ -44,5 +44,7 @@ std::optional<AudioShape> shapeOf(const AudioAnnouncement &announcement);
 
 // The text a caller attached to a frame; empty for none and for one past the limit.
 std::string_view attachedText(const char *text);
+// The text of a metadata frame; empty for one that cannot be sent.
+std::string_view textOf(const NDIlib_metadata_frame_t &frame);
 
 } // namespace localndi

@@ -22,6 +22,7 @@ constexpr char frameSuffix[] = ".frame";
 constexpr std::size_t maximumRecordFile = 16384; // bytes
 constexpr std::chrono::milliseconds lockPollPeriod{1};
 constexpr std::chrono::milliseconds dropLockTime{20};
+constexpr std::chrono::seconds orphanAge{10};
 
 // One per process, because a file lock is.
 std::mutex processLock;
@@ -52,6 +53,14 @@ std::string stemOf(const fs::path &frameFile)
     return name.substr(0, name.find('.'));
 }
 
+// A sender that takes its leave has no record any more while its receivers may still be opening its last frames.
+bool isOld(const fs::path &file)
+{
+    std::error_code error;
+    const auto written = fs::last_write_time(file, error);
+    return !error && fs::file_time_type::clock::now() - written > orphanAge;
+}
+
 void removeFile(const fs::path &file)
 {
     std::error_code ignored; // another process may have been faster
@@ -79,7 +88,7 @@ Registry::Lock::Lock(const Registry &registry, std::chrono::milliseconds timeout
     try {
         const auto file = registry.m_folder / "lock";
         system::createPrivateFile(file, 0);
-        m_file = boost::interprocess::file_lock(file.c_str());
+        m_file = boost::interprocess::file_lock(file.string().c_str());
         m_held = waitsFor(m_file);
     } catch (const boost::interprocess::interprocess_exception &) {
         m_held = false;
@@ -146,8 +155,10 @@ void Registry::dropStale(const SenderRecord &record) const
         return; // noticed again on the next look
     const auto file = recordFile(record.port);
     const auto current = readRecordFile(file);
-    if (current && current->identity == record.identity)
+    if (current && current->identity == record.identity) {
         removeFile(file);
+        removeFrameFiles(record.fileStem());
+    }
     removeOrphans(lock);
 }
 
@@ -159,7 +170,7 @@ void Registry::removeOrphans(const Lock &lock) const
     for (const auto &record : records())
         stems.push_back(record.fileStem());
     for (const auto &file : filesIn(m_folder, frameSuffix))
-        if (std::find(stems.begin(), stems.end(), stemOf(file)) == stems.end())
+        if (isOld(file) && std::find(stems.begin(), stems.end(), stemOf(file)) == stems.end())
             removeFile(file);
 }
 

@@ -49,7 +49,7 @@ public:
     void withdraw(const SenderRecord &record) const;
     // Nobody listened on the record's port. Does nothing if another sender has taken the port since.
     void dropStale(const SenderRecord &record) const;
-    // Removes frame files that no record stands for.
+    // Removes frame files that no record stands for, once they are some seconds old.
     void removeOrphans(const Lock &lock) const;
 
     std::filesystem::path frameFile(const std::string &stem, SlotKind kind, std::uint32_t index,

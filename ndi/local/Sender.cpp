@@ -16,6 +16,7 @@ using boost::asio::ip::tcp;
 constexpr FrameSlots::Limits videoLimits{64, 2ULL << 30};
 constexpr FrameSlots::Limits audioLimits{256, 512 << 20};
 constexpr std::size_t maximumConnections = 512;
+constexpr std::chrono::milliseconds acceptPause{100};
 constexpr std::chrono::milliseconds farewellTime{100}; // for receivers to take what was sent last
 
 // The text behind the data, with its terminating zero.
@@ -82,7 +83,8 @@ Sender::Sender(const Settings &settings)
     : m_registration(m_io.context(), settings.name, settings.groups), m_clockVideo(settings.clockVideo),
       m_clockAudio(settings.clockAudio),
       m_videoSlots(m_registration.registry(), m_registration.record().fileStem(), SlotKind::Video, videoLimits),
-      m_audioSlots(m_registration.registry(), m_registration.record().fileStem(), SlotKind::Audio, audioLimits)
+      m_audioSlots(m_registration.registry(), m_registration.record().fileStem(), SlotKind::Audio, audioLimits),
+      m_acceptTimer(m_io.context())
 {
     m_io.invoke([this] { accept(); });
 }
@@ -168,15 +170,12 @@ void Sender::sendAudio(const NDIlib_audio_frame_v2_t &frame)
 
 void Sender::sendMetadata(const NDIlib_metadata_frame_t &frame)
 {
-    if (frame.p_data == nullptr || frame.length < 0)
-        return;
-    const auto limit = frame.length == 0 ? maximumMetadata : static_cast<std::size_t>(frame.length);
-    const auto size = strnlen(frame.p_data, limit);
-    if (size == 0 || size >= maximumMetadata)
+    const auto text = textOf(frame);
+    if (text.empty())
         return;
     const MetadataHeader header{frame.timecode == NDIlib_send_timecode_synthesize ? 0 : frame.timecode};
     std::string body(bytesOf(header));
-    body.append(frame.p_data, size);
+    body += text;
     post({MessageType::Metadata, std::move(body), {}});
 }
 
@@ -210,13 +209,27 @@ void Sender::accept()
     m_registration.acceptor().async_accept([this](const boost::system::error_code &error, tcp::socket socket) {
         if (!m_registration.acceptor().is_open())
             return;
-        if (!error && m_connections.size() < maximumConnections) {
+        if (error) {
+            acceptLater();
+            return;
+        }
+        if (m_connections.size() < maximumConnections) {
             SenderConnection::Owner &owner = *this;
             m_connections.push_back(
                 std::make_unique<SenderConnection>(std::move(socket), owner, m_registration.record()));
             onReceiversChanged();
         }
         accept();
+    });
+}
+
+// The process may be out of file handles for a while.
+void Sender::acceptLater()
+{
+    m_acceptTimer.expires_after(acceptPause);
+    m_acceptTimer.async_wait([this](const boost::system::error_code &error) {
+        if (!error && m_registration.acceptor().is_open())
+            accept();
     });
 }
 

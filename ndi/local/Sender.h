@@ -11,6 +11,8 @@
 #include "ndi/local/TallyBoard.h"
 #include "ndi/local/TimecodeClock.h"
 
+#include <boost/asio/steady_timer.hpp>
+
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -55,6 +57,7 @@ private:
     void onEnd(SenderConnection &connection) override;
 
     void accept();
+    void acceptLater();
     void post(OutgoingFrame frame);
     void announceAll();
     void broadcast(const OutgoingFrame &frame);
@@ -82,7 +85,9 @@ private:
     std::atomic<int> m_videoReceivers{0};
     std::atomic<int> m_audioReceivers{0};
 
-    std::vector<std::unique_ptr<SenderConnection>> m_connections; // the IO thread's
+    // The IO thread's.
+    boost::asio::steady_timer m_acceptTimer;
+    std::vector<std::unique_ptr<SenderConnection>> m_connections;
 };
 
 } // namespace localndi

@@ -79,10 +79,10 @@ TEST(Discovery, ADestroyedSenderLeavesTheListAtOnce)
 
 TEST(Discovery, WaitingTellsEachChangeOnce)
 {
-    const char *group = "a group of this test alone";
-    const auto finder = makeFinder(group);
+    const auto group = uniqueName("Group");
+    const auto finder = makeFinder(group.c_str());
     EXPECT_FALSE(NDIlib_find_wait_for_sources(finder.get(), moment));
-    auto sender = makeSender(uniqueName(), false, false, group);
+    auto sender = makeSender(uniqueName(), false, false, group.c_str());
     EXPECT_TRUE(NDIlib_find_wait_for_sources(finder.get(), patienceMs));
     EXPECT_FALSE(NDIlib_find_wait_for_sources(finder.get(), moment));
     sender.reset();

@@ -114,6 +114,22 @@ TEST(Registry, RemovesFrameFilesOfSendersThatAreGone)
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
+TEST(Registry, RemovesFrameFilesWithoutARecordOnceTheyAreOld)
+{
+    const Registry registry;
+    const auto file = registry.frameFile(someRecord().fileStem(), SlotKind::Audio, 0, 1);
+    ASSERT_TRUE(system::createPrivateFile(file, 100));
+    const auto sweep = [&registry] {
+        const Registry::Lock lock(registry, std::chrono::seconds(5));
+        registry.removeOrphans(lock);
+    };
+    sweep();
+    EXPECT_TRUE(std::filesystem::exists(file));
+    std::filesystem::last_write_time(file, std::filesystem::file_time_type::clock::now() - std::chrono::hours(1));
+    sweep();
+    EXPECT_FALSE(std::filesystem::exists(file));
+}
+
 TEST(Groups, IntersectByWholeNames)
 {
     EXPECT_TRUE(groupsIntersect("", ""));

@@ -101,15 +101,21 @@ TEST(Pacing, SendsOfVideoTakeTheirFramesTime)
     EXPECT_LT(taken.count(), 1200.0);
 }
 
-TEST(Pacing, SendsOfAudioTakeTheirSamplesTimeAndTheFirstNone)
+TEST(Pacing, TheFirstSendOfAudioTakesNoTime)
+{
+    const auto sender = makeSender(uniqueName(), false, true);
+    Sound second(2, 48000);
+    const auto begin = std::chrono::steady_clock::now();
+    NDIlib_send_send_audio_v2(sender.get(), &second.frame);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
+}
+
+TEST(Pacing, SendsOfAudioTakeTheirSamplesTime)
 {
     const auto sender = makeSender(uniqueName(), false, true);
     Sound sound(2, 1600);
     const auto begin = std::chrono::steady_clock::now();
-    NDIlib_send_send_audio_v2(sender.get(), &sound.frame);
-    const Milliseconds first = std::chrono::steady_clock::now() - begin;
-    EXPECT_LT(first.count(), 30.0);
-    for (int i = 0; i < 9; ++i)
+    for (int i = 0; i < 10; ++i)
         NDIlib_send_send_audio_v2(sender.get(), &sound.frame);
     const Milliseconds taken = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(taken.count(), 299.0);

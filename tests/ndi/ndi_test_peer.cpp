@@ -66,21 +66,26 @@ int hoardForever(const char *name, const char *address)
     return 0;
 }
 
+bool connectTo(NDIlib_find_instance_t finder, const std::string &ending)
+{
+    std::uint32_t count = 0;
+    const auto *sources = NDIlib_find_get_current_sources(finder, &count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const std::string listed = sources[i].p_ndi_name;
+        if (listed.size() > ending.size() && listed.substr(listed.size() - ending.size()) == ending)
+            return makeReceiver(sources[i].p_ndi_name, sources[i].p_url_address) != nullptr;
+    }
+    return false;
+}
+
 int leave(const char *name)
 {
     const NDIlib_find_create_t everything;
     const auto finder = NDIlib_find_create_v2(&everything);
     const auto sender = makeSender(name);
-    NDIlib_find_wait_for_sources(finder, 2000);
-    std::uint32_t count = 0;
-    const auto *sources = NDIlib_find_get_current_sources(finder, &count);
-    const auto ending = " (" + std::string(name) + ")";
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const std::string listed = sources[i].p_ndi_name;
-        if (listed.size() > ending.size() && listed.substr(listed.size() - ending.size()) == ending)
-            makeReceiver(sources[i].p_ndi_name, sources[i].p_url_address);
-    }
-    return NDIlib_send_get_no_connections(sender, 2000) == 1 ? 0 : 1;
+    while (!connectTo(finder, " (" + std::string(name) + ")") && isTimeLeft())
+        NDIlib_find_wait_for_sources(finder, 1000);
+    return NDIlib_send_get_no_connections(sender, 10000) == 1 ? 0 : 1;
 }
 
 } // namespace
