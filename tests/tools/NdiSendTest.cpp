@@ -52,6 +52,14 @@ public:
         return m_output.find(line + "\n") != std::string::npos;
     }
 
+    // To its standard input, which stays open.
+    void write(const QByteArray &bytes)
+    {
+        m_process.write(bytes);
+        while (m_process.bytesToWrite() > 0 && m_process.waitForBytesWritten(ProcessPatience)) {
+        }
+    }
+
     void interrupt() { m_process.terminate(); }
 
     // The exit status; -1 when the program crashed or did not end.
@@ -168,6 +176,17 @@ TEST_F(NdiSend, AnInterruptEndsItCleanly)
     sender.interrupt();
     EXPECT_EQ(sender.wait(), 0);
     EXPECT_EQ(readJson(path)[QStringLiteral("ended")].toString(), QStringLiteral("interrupt"));
+}
+
+TEST_F(NdiSend, AnInterruptEndsItWhileItWaitsForAPipe)
+{
+    Sender sender(words("--video -"));
+    sender.write(greyFilm(1));
+    Receiver receiver(sender.name());
+    ASSERT_TRUE(receiver.found());
+    sender.interrupt();
+    EXPECT_EQ(sender.wait(), 0);
+    EXPECT_EQ(sender.errors(), "");
 }
 
 TEST_F(NdiSend, EachFrameCarriesItsNumberAndTheTimecodeThatBelongsToIt)

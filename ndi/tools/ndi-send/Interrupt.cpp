@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <io.h>
+#else
+#include <pthread.h>
 #endif
 
 namespace ndisend
@@ -20,13 +22,6 @@ static_assert(std::atomic<bool>::is_always_lock_free, "set by a signal handler")
 
 } // namespace
 
-extern "C" {
-static void onInterrupt(int)
-{
-    g_interrupted.store(true);
-}
-}
-
 bool interrupted()
 {
     return g_interrupted.load();
@@ -34,9 +29,16 @@ bool interrupted()
 
 #ifdef _WIN32
 
+extern "C" {
+// Used up by its first signal.
+static void onInterrupt(int)
+{
+    g_interrupted.store(true);
+}
+}
+
 void catchInterrupts()
 {
-    // A handler is used up by its first signal here.
     std::signal(SIGINT, onInterrupt);
     std::signal(SIGTERM, onInterrupt);
 }
@@ -48,12 +50,32 @@ void makeStandardInputBinary()
 
 #else
 
+namespace
+{
+
+pthread_t g_mainThread;
+
+} // namespace
+
+extern "C" {
+// The signal may come to any thread; it is the main thread that may be waiting for a silent pipe.
+static void onInterrupt(int signal)
+{
+    if (pthread_equal(pthread_self(), g_mainThread) == 0) {
+        pthread_kill(g_mainThread, signal);
+        return;
+    }
+    g_interrupted.store(true);
+    std::signal(signal, SIG_DFL);
+}
+}
+
 void catchInterrupts()
 {
+    g_mainThread = pthread_self();
     struct sigaction action = {};
     action.sa_handler = onInterrupt;
-    // Without SA_RESTART, so that a read from a silent pipe comes back.
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    // Without SA_RESTART, so that the read of a silent pipe comes back.
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
 }

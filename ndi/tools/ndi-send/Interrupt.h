@@ -5,7 +5,8 @@
 namespace ndisend
 {
 
-// From now on the first Ctrl-C or request to terminate only sets interrupted(); a second one ends the process.
+// From now on the first Ctrl-C or request to terminate only sets interrupted(), and ends a read that waits; a second
+// one ends the process. Called by the main thread, which is the one that reads.
 void catchInterrupts();
 bool interrupted();
 

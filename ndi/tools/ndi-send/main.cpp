@@ -85,6 +85,9 @@ int main(int argc, char *argv[])
             publish(parsed.options);
         return static_cast<int>(ExitCode::Success);
     } catch (const Failure &failure) {
+        // A header that was still awaited.
+        if (failure.code() == ExitCode::BadData && interrupted())
+            return static_cast<int>(ExitCode::Success);
         std::fprintf(stderr, "ndi-send: %s\n", failure.what());
         return static_cast<int>(failure.code());
     }
