@@ -66,4 +66,4 @@ sender=
 echo "$size at $rate, $seconds seconds"
 share ndi-send "$scratch/send"
 share tavrin-host "$scratch/host"
-grep -E '"(samples|lost|latency95Ms)"' "$scratch/figures.json" | sed 's/^ */  /'
+grep -E '"(lost|latency95Ms)"' "$scratch/figures.json" | sed 's/^ */  /'
