@@ -58,7 +58,7 @@ NDIlib_video_frame_v2_t describe(const QueuedFrame &queued, const Picture &pictu
 
 } // namespace
 
-NDIlib_video_frame_v2_t CapturedFrames::addVideo(QueuedFrame frame)
+NDIlib_video_frame_v2_t CapturedFrames::addVideo(const QueuedFrame &frame)
 {
     const auto shape = *shapeOf(frame.video);
     const auto &target = deliveredLayout(m_colorFormat, *shape.layout);

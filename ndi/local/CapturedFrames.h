@@ -23,7 +23,7 @@ class CapturedFrames
 public:
     explicit CapturedFrames(std::int32_t colorFormat) : m_colorFormat(colorFormat) {}
 
-    NDIlib_video_frame_v2_t addVideo(QueuedFrame frame);
+    NDIlib_video_frame_v2_t addVideo(const QueuedFrame &frame);
     NDIlib_audio_frame_v2_t addAudio(QueuedFrame frame);
     NDIlib_metadata_frame_t addMetadata(QueuedFrame frame);
     // Nothing happens for an address that is not held.
