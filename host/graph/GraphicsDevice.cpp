@@ -4,9 +4,24 @@
 
 #include <d3d11.h>
 #include <mfapi.h>
+#include <mfidl.h>
+#include <mftransform.h>
 
 namespace host
 {
+
+void GraphicsDevice::offerTo(IMFMediaSource *source)
+{
+    CComPtr<IMFMediaSourceEx> extended;
+    CComPtr<IMFAttributes> attributes;
+    UINT32 aware = FALSE;
+    if (FAILED(source->QueryInterface(__uuidof(IMFMediaSourceEx), reinterpret_cast<void **>(&extended))) ||
+        FAILED(extended->GetSourceAttributes(&attributes)) || !attributes ||
+        FAILED(attributes->GetUINT32(MF_SA_D3D11_AWARE, &aware)) || !aware)
+        return;
+    if (IMFDXGIDeviceManager *const shared = manager())
+        extended->SetD3DManager(shared);
+}
 
 IMFDXGIDeviceManager *GraphicsDevice::manager()
 {

@@ -2,6 +2,7 @@
 
 #include "hostfw/ComPtr.h"
 
+#include <mfidl.h>
 #include <mfobjects.h>
 
 namespace host
@@ -11,10 +12,13 @@ namespace host
 class GraphicsDevice
 {
 public:
-    // Null where no device can be made; the sources then go without.
-    IMFDXGIDeviceManager *manager();
+    // Gives the device to a source whose attributes say that it can use one. Where no device can be made, sources go
+    // without.
+    void offerTo(IMFMediaSource *source);
 
 private:
+    // Null where no device can be made.
+    IMFDXGIDeviceManager *manager();
     HRESULT create();
 
     CComPtr<IMFDXGIDeviceManager> m_manager;

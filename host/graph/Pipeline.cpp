@@ -5,7 +5,6 @@
 
 #include <mfapi.h>
 #include <mferror.h>
-#include <mftransform.h>
 
 #include <algorithm>
 
@@ -237,7 +236,7 @@ bool Pipeline::openOutlet(Entry &entry, NodeOutput *output, QString &why)
             SourceRunner::Callbacks{
                 [failed](HRESULT hr) { failed(QStringLiteral("its source failed with %1").arg(resultText(hr))); },
                 [failed] { failed(QStringLiteral("its source has ended")); }});
-        offerDevice(source);
+        m_device.offerTo(source);
     }
     const CComPtr<IMFMediaType> type = currentType(outlet.descriptor);
     const QPointer<NodeInput> input = output->getConnectedInput();
@@ -259,19 +258,6 @@ bool Pipeline::openOutlet(Entry &entry, NodeOutput *output, QString &why)
     if (sink && sink->driver->state() == NodeDriver::State::Off)
         sink->driver->request();
     return true;
-}
-
-void Pipeline::offerDevice(IMFMediaSource *source)
-{
-    CComPtr<IMFMediaSourceEx> extended;
-    CComPtr<IMFAttributes> attributes;
-    UINT32 aware = FALSE;
-    if (FAILED(source->QueryInterface(__uuidof(IMFMediaSourceEx), reinterpret_cast<void **>(&extended))) ||
-        FAILED(extended->GetSourceAttributes(&attributes)) || !attributes ||
-        FAILED(attributes->GetUINT32(MF_SA_D3D11_AWARE, &aware)) || !aware)
-        return;
-    if (IMFDXGIDeviceManager *const manager = m_device.manager())
-        extended->SetD3DManager(manager);
 }
 
 bool Pipeline::openSink(Entry &entry, NodeInput *input, QString &why)

@@ -77,8 +77,6 @@ private:
     // The sink at that input has turned a type down.
     void refuse(NodeInput *input, HRESULT hr);
     void requestClock(int delay);
-    // Gives the graph's Direct3D device to a source that can use one.
-    void offerDevice(IMFMediaSource *source);
     void fail(Entry &entry, const QString &why);
     // Calls fail() for the node later, on the graph's thread, if its media objects are still those of now.
     std::function<void(const QString &)> failureReport(const Entry &entry);
