@@ -1,0 +1,153 @@
+#include "format/MetadataEnvelope.h"
+
+#include "discovery/NDIInput.h"
+
+#include <QtCore/QBitArray>
+#include <QtCore/QDataStream>
+#include <QtCore/QDateTime>
+#include <QtCore/QEasingCurve>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QLine>
+#include <QtCore/QLocale>
+#include <QtCore/QRect>
+#include <QtCore/QRegularExpression>
+#include <QtCore/QUrl>
+#include <QtCore/QUuid>
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+QByteArray streamed(const std::function<void(QDataStream &)> &write)
+{
+    QByteArray bytes;
+    QDataStream stream(&bytes, QIODevice::WriteOnly);
+    write(stream);
+    return bytes;
+}
+
+} // namespace
+
+TEST(MetadataEnvelope, IsOneElementAroundOneCdataSection)
+{
+    EXPECT_EQ(QByteArray("<tvx><![CDATA[AQID]]></tvx>"), wrapMetadataPayload(QByteArray("\x01\x02\x03")));
+    EXPECT_EQ(QByteArray("<tvx><![CDATA[]]></tvx>"), wrapMetadataPayload(QByteArray()));
+}
+
+TEST(MetadataEnvelope, APayloadComesBackWhateverItsBytes)
+{
+    QByteArray payload;
+    for (int byte = 0; byte < 256; ++byte)
+        payload.append(static_cast<char>(byte));
+    EXPECT_EQ(payload, metadataPayload(wrapMetadataPayload(payload)));
+    const QByteArray large(1024 * 1024, '\xff');
+    EXPECT_EQ(large, metadataPayload(wrapMetadataPayload(large)));
+}
+
+TEST(MetadataEnvelope, TextAfterTheElementIsIgnored)
+{
+    EXPECT_EQ(QByteArray("\x01\x02\x03"), metadataPayload("<tvx><![CDATA[AQID]]></tvx> and <more/>"));
+}
+
+TEST(MetadataEnvelope, ForeignOrDamagedTextHasNoPayload)
+{
+    for (const char *text : {"", "hello", "<other>AQID</other>", "<a><tvx>AQID</tvx></a>", "<tvx", "<",
+                             "<ndi_tally_echo on_program=\"true\" on_preview=\"false\"/>", "\xff\xfe\x80"})
+        EXPECT_EQ(QByteArray(), metadataPayload(text)) << text;
+}
+
+TEST(MetadataEnvelope, EveryStreamableValueOfQtCoreComesBack)
+{
+    NDIInput::registerMetaType();
+    const QVariantList values = {
+        true,
+        42,
+        7u,
+        -1LL,
+        1ULL << 63,
+        2.5,
+        1.5F,
+        QChar('x'),
+        QStringLiteral("Käse"),
+        QString(),
+        QByteArray("\0\1", 2),
+        QBitArray(5, true),
+        QDate(2024, 2, 29),
+        QTime(1, 2, 3, 4),
+        QDateTime(QDate(2024, 2, 29), QTime(1, 2, 3), Qt::UTC),
+        QUrl(QStringLiteral("http://example.org/a?b")),
+        QLocale(QLocale::German),
+        QPoint(1, 2),
+        QPointF(1.5, 2.5),
+        QSize(3, 4),
+        QSizeF(3.5, 4.5),
+        QRect(1, 2, 3, 4),
+        QRectF(1, 2, 3, 4),
+        QLine(1, 2, 3, 4),
+        QLineF(1, 2, 3, 4),
+        QUuid(QStringLiteral("{5833a435-00ab-4e9c-affc-1bd331effd30}")),
+        QRegularExpression(QStringLiteral("a+b")),
+        QJsonDocument(QJsonObject{{"a", 1}}),
+        QStringList{"a", "b"},
+        QVariantList{1, "two", QVariantList{3.0}},
+        QVariantMap{{"one", 1}, {"list", QVariantList{1, 2}}},
+        QVariant::fromValue(QByteArrayList{"x", "y"}),
+        QVariant::fromValue(NDIInput("STUDIO (Camera 1)", "10.0.0.5:5961")),
+    };
+    for (const QVariant &value : values)
+        EXPECT_EQ(value, decodeMetadata(encodeMetadata(value))) << value.typeName();
+    const QVariant hash = QVariantHash{{"one", 1}, {"two", "b"}};
+    EXPECT_EQ(hash.toHash(), decodeMetadata(encodeMetadata(hash)).toHash());
+}
+
+TEST(MetadataEnvelope, AForeignEnvelopeDecodesToAnInvalidValue)
+{
+    EXPECT_FALSE(decodeMetadata("<other>AAAA</other>").isValid());
+    EXPECT_FALSE(decodeMetadata("").isValid());
+    EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(QByteArray())).isValid());
+    EXPECT_FALSE(decodeMetadata("<tvx>%%%not base64%%%</tvx>").isValid());
+}
+
+TEST(MetadataEnvelope, EveryTruncationOfAValueIsHarmless)
+{
+    const QByteArray payload = streamed([](QDataStream &stream) {
+        stream << QVariant(QVariantMap{{"list", QVariantList{1, "two", QByteArray(100, 'x')}}, {"text", "abc"}});
+    });
+    for (int length = 0; length < payload.size(); ++length)
+        EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload.left(length))).isValid()) << length;
+}
+
+TEST(MetadataEnvelope, AContainerThatClaimsMoreThanThereIsAllocatesNothing)
+{
+    for (const quint32 type : {QMetaType::QVariantList, QMetaType::QVariantMap, QMetaType::QVariantHash,
+                               QMetaType::QStringList, QMetaType::QByteArrayList})
+        for (const quint32 count : {0xffffffffu, 0x7fffffffu, 0x10000000u}) {
+            const QByteArray payload =
+                streamed([&](QDataStream &stream) { stream << type << qint8(0) << count << quint32(0); });
+            EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid());
+        }
+}
+
+TEST(MetadataEnvelope, NestingWithoutEndIsRefused)
+{
+    const QByteArray payload = streamed([](QDataStream &stream) {
+        for (int level = 0; level < 100000; ++level)
+            stream << quint32(QMetaType::QVariantList) << qint8(0) << quint32(1);
+        stream << QVariant(1);
+    });
+    EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid());
+}
+
+TEST(MetadataEnvelope, AnEasingCurveIsRefusedSinceQtReadsAFunctionPointerWithIt)
+{
+    EXPECT_FALSE(decodeMetadata(encodeMetadata(QEasingCurve(QEasingCurve::InOutQuad))).isValid());
+}
+
+TEST(MetadataEnvelope, AnUnknownTypeIsRefused)
+{
+    const QByteArray payload = streamed(
+        [](QDataStream &stream) { stream << quint32(QMetaType::User) << qint8(0) << QByteArray("NoSuchType") << 1; });
+    EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid());
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include "Processing.NDI.Interface.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+// An NDI runtime that does what a test tells it to, and remembers what it was asked. It defines the runtime's
+// functions; one script serves all finders and receivers of the process. Thread-safe.
+class ScriptedNdi
+{
+public:
+    static ScriptedNdi &instance();
+
+    // Back to an empty network. Returns false when finders, receivers or captured frames were never given back.
+    bool reset();
+
+    // What the network looks like: names and addresses. Wakes finders.
+    void setSources(std::vector<std::pair<std::string, std::string>> sources);
+    void refuseInitialize(bool refuse);
+    void refuseFinders(bool refuse);
+    void refuseReceivers(bool refuse);
+
+    // Frames for the next captures, in order. The descriptor's data pointers are replaced by copies of `data`; with no
+    // data the frame keeps a null pointer. A null `metadata` gives a frame without.
+    void pushVideo(NDIlib_video_frame_v2_t frame, std::vector<uint8_t> data, const char *metadata = nullptr);
+    void pushAudio(NDIlib_audio_frame_v2_t frame, std::vector<float> data, const char *metadata = nullptr);
+    void pushMetadata(const std::string &text);
+    void pushType(NDIlib_frame_type_e type);
+
+    // What was asked. All of these may be awaited with waitFor().
+    struct Calls {
+        int initialized = 0;
+        int destroyed = 0;
+        int findersMade = 0;
+        int findersDestroyed = 0;
+        int waits = 0;
+        std::vector<uint32_t> waitTimeouts;
+        int receiversMade = 0;
+        int receiversDestroyed = 0;
+        int captures = 0;
+        int capturedFrames = 0;
+        int freedFrames = 0;
+        int wrongFrees = 0;
+        std::vector<NDIlib_find_create_t> findSettings;
+        std::vector<NDIlib_recv_create_t> receiverSettings; // without the source's strings
+        std::vector<std::pair<std::string, std::string>> connectedTo;
+        std::vector<NDIlib_tally_t> tallies;
+    };
+    Calls calls();
+    // Whether the predicate came true before the deadline; it is asked again after every call of the runtime.
+    bool waitFor(const std::function<bool(const Calls &)> &predicate,
+                 std::chrono::milliseconds deadline = std::chrono::seconds(20));
+    size_t framesLeft();
+
+private:
+    friend struct ScriptedNdiAccess;
+
+    struct Frame {
+        NDIlib_frame_type_e type = NDIlib_frame_type_none;
+        NDIlib_video_frame_v2_t video;
+        NDIlib_audio_frame_v2_t audio;
+        std::vector<uint8_t> bytes;
+        std::vector<float> samples;
+        std::string text;
+        bool hasText = false;
+    };
+
+    void push(Frame frame);
+
+    std::mutex m_mutex; // guards everything below
+    std::condition_variable m_changed;
+    Calls m_calls;
+    bool m_refuseInitialize = false;
+    bool m_refuseFinders = false;
+    bool m_refuseReceivers = false;
+    uint64_t m_sourcesVersion = 0;
+    std::vector<std::pair<std::string, std::string>> m_sources;
+    std::deque<Frame> m_frames;
+    std::map<uint64_t, Frame> m_lent; // by the number that a captured frame carries in its timestamp
+    uint64_t m_lastLent = 0;
+};
