@@ -51,8 +51,6 @@ void SinkPort::setFeed(const std::shared_ptr<StreamFeed> &feed)
 
 HRESULT SinkPort::deliver(IMFSample *sample)
 {
-    if (!takeRequest())
-        return S_FALSE;
     return m_sink->ProcessSample(sample);
 }
 

@@ -42,13 +42,13 @@ public:
     // Whether the sink runs on its clock, and how many samples it waits for.
     bool isStarted() const { return m_started; }
     unsigned wanted() const { return m_wanted; }
-    // Answers one request with the sample; S_FALSE when the sink waits for none.
+    // Takes one request off the count, for a sample that is about to be delivered; false when the sink waits for none.
+    bool takeRequest();
     HRESULT deliver(IMFSample *sample);
     void placeMarker(MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value);
 
 private:
     void onEvent(MediaEventType type, IMFMediaEvent *event);
-    bool takeRequest();
     std::shared_ptr<StreamFeed> feed() const;
 
     const CComPtr<IMFStreamSink> m_sink;

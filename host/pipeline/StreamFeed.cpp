@@ -147,9 +147,11 @@ void StreamFeed::onSample(IMFMediaEvent *event)
         const std::lock_guard<std::mutex> guard(m_lock);
         if (m_asked > 0)
             --m_asked;
-        sink = m_port;
+        // Together, lest ask() takes the sink for waiting for one more in between.
+        if (m_port && m_port->takeRequest())
+            sink = m_port;
     }
-    if (sink && sample && sink->deliver(sample) == S_OK)
+    if (sink && sample && SUCCEEDED(sink->deliver(sample)))
         ++m_delivered;
     ask();
 }
