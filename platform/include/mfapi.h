@@ -1,12 +1,15 @@
 #pragma once
 
-// Debian's mfapi.h, and what it lacks of the Windows header of that name: inline attribute readers, sample attributes.
+// Debian's mfapi.h, and what it lacks of the Windows header of that name: inline attribute readers, sample attributes,
+// a work queue function.
 
 #pragma GCC system_header // include_next is an extension
 #include_next <mfapi.h>
 
 DEFINE_GUID(MFSampleExtension_SingleField, 0x9d85f816, 0x658b, 0x455a, 0xbd, 0xe0, 0x9f, 0xa7, 0xe1, 0x5a, 0xb8, 0xf9);
 DEFINE_GUID(MFSampleExtension_BottomFieldFirst, 0x941ce0a3, 0x6ae3, 0x4dda, 0x9a, 0x08, 0xa6, 0x42, 0x98, 0x34, 0x06, 0x17);
+
+EXTERN_C HRESULT WINAPI MFLockWorkQueue(DWORD queue);
 
 #ifdef __cplusplus
 

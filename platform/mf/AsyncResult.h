@@ -2,38 +2,49 @@
 
 #include "platform/com/ComObject.h"
 
-#include <mfobjects.h>
+#include <mfapi.h>
 
 #include <atomic>
 
 namespace winmedia
 {
 
-// The result of an asynchronous operation, and what a work queue runs: its callback, with itself as the argument.
-class AsyncResult : public ComObject<IMFAsyncResult>
+// What an asynchronous operation hands to its callback. It holds object, callback and state, and keeps the platform
+// up while it lives. Made by createAsyncResult(); it deletes itself when the last reference goes.
+class AsyncResult final : public MFASYNCRESULT
 {
 public:
-    AsyncResult(IUnknown *object, IMFAsyncCallback *callback, IUnknown *state)
-        : m_object(object), m_callback(callback), m_state(state)
-    {
-    }
+    AsyncResult(IUnknown *object, IMFAsyncCallback *callback, IUnknown *state);
+    AsyncResult(const AsyncResult &) = delete;
+    AsyncResult &operator=(const AsyncResult &) = delete;
 
+    // IUnknown
+    STDMETHODIMP QueryInterface(REFIID iid, void **out) override;
+    STDMETHODIMP_(ULONG) AddRef() override;
+    STDMETHODIMP_(ULONG) Release() override;
+    // IMFAsyncResult
     STDMETHODIMP GetState(IUnknown **state) override;
     STDMETHODIMP GetStatus() override;
     STDMETHODIMP SetStatus(HRESULT status) override;
     STDMETHODIMP GetObject(IUnknown **object) override;
     STDMETHODIMP_(IUnknown *) GetStateNoAddRef() override;
 
-    IMFAsyncCallback *callback() const { return m_callback.get(); }
-    // The work queue that the callback asks for, else the standard one.
-    DWORD wantedQueue() const;
-    void run();
-
 private:
-    const Ref<IUnknown> m_object;
-    const Ref<IMFAsyncCallback> m_callback;
-    const Ref<IUnknown> m_state;
-    std::atomic<HRESULT> m_status{S_OK};
+    ~AsyncResult();
+
+    Ref<IUnknown> m_object;
+    Ref<IMFAsyncCallback> m_callback;
+    Ref<IUnknown> m_state;
+    std::atomic<ULONG> m_references{1};
 };
+
+// The callback of any asynchronous result: by contract every implementation begins with an MFASYNCRESULT.
+inline IMFAsyncCallback *callbackOf(IMFAsyncResult *result)
+{
+    return static_cast<MFASYNCRESULT *>(result)->pCallback;
+}
+
+// The work queue that a callback asks for, `fallback` when it does not mind.
+DWORD queueOf(IMFAsyncCallback *callback, DWORD fallback = MFASYNC_CALLBACK_QUEUE_STANDARD);
 
 } // namespace winmedia

@@ -1,4 +1,4 @@
-#include "platform/com/ComObject.h"
+#include "platform/mf/AsyncResult.h"
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -14,10 +14,13 @@ namespace winmedia
 namespace
 {
 
-// Events wait for one consumer: a blocked GetEvent(), or a BeginGetEvent() whose callback is invoked when there is one.
-class EventQueue : public ComObject<IMFMediaEventQueue>
+// Events wait for one consumer: a blocked GetEvent(), or the subscriber of a BeginGetEvent(), which is called back on
+// the work queue it asks for when there is an event, and takes it with EndGetEvent().
+// Thread-safe. References that may be somebody's last are dropped without the lock held.
+class EventQueue final : public ComObject<IMFMediaEventQueue>
 {
 public:
+    // IMFMediaEventQueue
     STDMETHODIMP GetEvent(DWORD flags, IMFMediaEvent **event) override;
     STDMETHODIMP BeginGetEvent(IMFAsyncCallback *callback, IUnknown *state) override;
     STDMETHODIMP EndGetEvent(IMFAsyncResult *result, IMFMediaEvent **event) override;
@@ -29,103 +32,114 @@ public:
     STDMETHODIMP Shutdown() override;
 
 private:
-    void take(IMFMediaEvent **event);
-    // Calls the waiting subscriber back; the lock must be held.
-    void notifySubscriber();
+    // A BeginGetEvent() that has not been ended.
+    struct Subscription {
+        Ref<IMFAsyncResult> result;
+        IMFAsyncCallback *callback = nullptr; // held by the result
+        DWORD workQueue = MFASYNC_CALLBACK_QUEUE_STANDARD;
+        bool calledBack = false;
+    };
+
+    HRESULT alreadySubscribed(IMFAsyncCallback *callback, IUnknown *state) const;
+    // Once for a subscription, when there is something to hear; the lock must be held.
+    HRESULT callBack();
+    void takeFirst(IMFMediaEvent **event);
 
     std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::deque<Ref<IMFMediaEvent>> m_events; // guarded by m_mutex, like all below
-    Ref<IMFAsyncResult> m_subscription;
-    Ref<IMFAsyncCallback> m_subscriber;
-    Ref<IUnknown> m_subscriberState;
-    bool m_notified = false;
+    std::condition_variable m_changed;
+    // Guarded by m_mutex, under which locks of work queues may be taken.
+    std::deque<Ref<IMFMediaEvent>> m_events;
+    Subscription m_subscription;
     bool m_shutDown = false;
 };
 
-HRESULT EventQueue::GetEvent(DWORD flags, IMFMediaEvent **event)
+STDMETHODIMP EventQueue::GetEvent(DWORD flags, IMFMediaEvent **event)
 {
     if (!event)
         return E_POINTER;
+    *event = nullptr;
     std::unique_lock lock(m_mutex);
-    if (!m_shutDown && m_subscription)
-        return MF_E_MULTIPLE_SUBSCRIBERS;
     if (!(flags & MF_EVENT_FLAG_NO_WAIT))
-        m_wake.wait(lock, [this] { return m_shutDown || !m_events.empty(); });
+        m_changed.wait(lock, [this] { return m_shutDown || m_subscription.result || !m_events.empty(); });
     if (m_shutDown)
         return MF_E_SHUTDOWN;
+    if (m_subscription.result)
+        return MF_E_MULTIPLE_SUBSCRIBERS;
     if (m_events.empty())
         return MF_E_NO_EVENTS_AVAILABLE;
-    take(event);
+    takeFirst(event);
     return S_OK;
 }
 
-HRESULT EventQueue::BeginGetEvent(IMFAsyncCallback *callback, IUnknown *state)
+STDMETHODIMP EventQueue::BeginGetEvent(IMFAsyncCallback *callback, IUnknown *state)
 {
     if (!callback)
         return E_INVALIDARG;
+    const DWORD workQueue = queueOf(callback);
+    Ref<IMFAsyncResult> result; // outlives the lock
     const std::lock_guard lock(m_mutex);
     if (m_shutDown)
         return MF_E_SHUTDOWN;
-    if (m_subscription) {
-        if (callback != m_subscriber.get())
-            return MF_E_MULTIPLE_SUBSCRIBERS;
-        return state == m_subscriberState.get() ? MF_S_MULTIPLE_BEGIN : MF_E_MULTIPLE_BEGIN;
-    }
-    const HRESULT hr = MFCreateAsyncResult(nullptr, callback, state, m_subscription.put());
+    if (m_subscription.result)
+        return alreadySubscribed(callback, state);
+    const HRESULT hr = MFCreateAsyncResult(nullptr, callback, state, result.put());
     if (FAILED(hr))
         return hr;
-    m_subscriber = callback;
-    m_subscriberState = state;
-    m_notified = false;
-    if (!m_events.empty())
-        notifySubscriber();
-    return S_OK;
+    m_subscription = {result, callback, workQueue, false};
+    m_changed.notify_all(); // there is no second consumer
+    return m_events.empty() ? S_OK : callBack();
 }
 
-HRESULT EventQueue::EndGetEvent(IMFAsyncResult *result, IMFMediaEvent **event)
+HRESULT EventQueue::alreadySubscribed(IMFAsyncCallback *callback, IUnknown *state) const
+{
+    if (callback != m_subscription.callback)
+        return MF_E_MULTIPLE_SUBSCRIBERS;
+    return state == m_subscription.result->GetStateNoAddRef() ? MF_S_MULTIPLE_BEGIN : MF_E_MULTIPLE_BEGIN;
+}
+
+STDMETHODIMP EventQueue::EndGetEvent(IMFAsyncResult *result, IMFMediaEvent **event)
 {
     if (!result || !event)
         return E_POINTER;
+    *event = nullptr;
+    Subscription ended; // released without the lock
     const std::lock_guard lock(m_mutex);
     if (m_shutDown)
         return MF_E_SHUTDOWN;
-    if (result != m_subscription.get())
+    if (result != m_subscription.result.get() || m_events.empty())
         return E_FAIL;
-    m_subscription.reset();
-    m_subscriber.reset();
-    m_subscriberState.reset();
-    m_notified = false;
-    if (m_events.empty())
-        return E_FAIL;
-    take(event);
+    std::swap(ended, m_subscription);
+    takeFirst(event);
     return S_OK;
 }
 
-HRESULT EventQueue::QueueEvent(IMFMediaEvent *event)
+STDMETHODIMP EventQueue::QueueEvent(IMFMediaEvent *event)
 {
     if (!event)
         return E_INVALIDARG;
     const std::lock_guard lock(m_mutex);
     if (m_shutDown)
         return MF_E_SHUTDOWN;
-    m_events.emplace_back(event);
-    if (m_subscription)
-        notifySubscriber();
-    else
-        m_wake.notify_one();
+    try {
+        m_events.emplace_back(event);
+    } catch (const std::bad_alloc &) {
+        return E_OUTOFMEMORY;
+    }
+    if (m_subscription.result)
+        return callBack();
+    m_changed.notify_one();
     return S_OK;
 }
 
-HRESULT EventQueue::QueueEventParamVar(MediaEventType type, REFGUID extendedType, HRESULT status,
-                                       const PROPVARIANT *value)
+STDMETHODIMP EventQueue::QueueEventParamVar(MediaEventType type, REFGUID extendedType, HRESULT status,
+                                            const PROPVARIANT *value)
 {
     Ref<IMFMediaEvent> event;
     const HRESULT hr = MFCreateMediaEvent(type, extendedType, status, value, event.put());
     return SUCCEEDED(hr) ? QueueEvent(event.get()) : hr;
 }
 
-HRESULT EventQueue::QueueEventParamUnk(MediaEventType type, REFGUID extendedType, HRESULT status, IUnknown *object)
+STDMETHODIMP EventQueue::QueueEventParamUnk(MediaEventType type, REFGUID extendedType, HRESULT status, IUnknown *object)
 {
     PROPVARIANT value;
     PropVariantInit(&value);
@@ -134,32 +148,34 @@ HRESULT EventQueue::QueueEventParamUnk(MediaEventType type, REFGUID extendedType
     return QueueEventParamVar(type, extendedType, status, &value);
 }
 
-HRESULT EventQueue::Shutdown()
+STDMETHODIMP EventQueue::Shutdown()
 {
-    std::deque<Ref<IMFMediaEvent>> dropped;
+    std::deque<Ref<IMFMediaEvent>> dropped; // released without the lock, like the subscription
+    Subscription ended;
     const std::lock_guard lock(m_mutex);
     if (m_shutDown)
         return MF_E_SHUTDOWN;
     m_shutDown = true;
     dropped.swap(m_events);
-    if (m_subscription)
-        notifySubscriber();
-    m_wake.notify_all();
+    if (m_subscription.result)
+        callBack();
+    std::swap(ended, m_subscription);
+    m_changed.notify_all();
     return S_OK;
 }
 
-void EventQueue::take(IMFMediaEvent **event)
+HRESULT EventQueue::callBack()
+{
+    if (m_subscription.calledBack)
+        return S_OK;
+    m_subscription.calledBack = true;
+    return MFPutWorkItemEx(m_subscription.workQueue, m_subscription.result.get());
+}
+
+void EventQueue::takeFirst(IMFMediaEvent **event)
 {
     *event = m_events.front().detach();
     m_events.pop_front();
-}
-
-void EventQueue::notifySubscriber()
-{
-    if (m_notified)
-        return;
-    m_notified = true;
-    MFInvokeCallback(m_subscription.get());
 }
 
 } // namespace

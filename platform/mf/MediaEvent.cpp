@@ -8,7 +8,7 @@ namespace winmedia
 namespace
 {
 
-class MediaEvent : public AttributesObject<IMFMediaEvent>
+class MediaEvent final : public AttributesObject<IMFMediaEvent>
 {
 public:
     MediaEvent(MediaEventType type, REFGUID extendedType, HRESULT status, Value value)
@@ -18,20 +18,29 @@ public:
 
     STDMETHODIMP GetType(MediaEventType *type) override
     {
+        if (!type)
+            return E_POINTER;
         *type = m_type;
         return S_OK;
     }
     STDMETHODIMP GetExtendedType(GUID *extendedType) override
     {
+        if (!extendedType)
+            return E_POINTER;
         *extendedType = m_extendedType;
         return S_OK;
     }
     STDMETHODIMP GetStatus(HRESULT *status) override
     {
+        if (!status)
+            return E_POINTER;
         *status = m_status;
         return S_OK;
     }
-    STDMETHODIMP GetValue(PROPVARIANT *value) override { return PropVariantCopy(value, &m_value.raw()); }
+    STDMETHODIMP GetValue(PROPVARIANT *value) override
+    {
+        return value ? PropVariantCopy(value, &m_value.raw()) : E_POINTER;
+    }
 
 private:
     const MediaEventType m_type;

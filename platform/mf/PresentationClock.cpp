@@ -14,9 +14,41 @@ namespace winmedia
 namespace
 {
 
+using StateSinks = std::vector<Ref<IMFClockStateSink>>;
+
+// What a time source and the state sinks are told.
+struct ClockChange {
+    enum class Kind { Start, Stop, Pause, Restart, SetRate };
+
+    Kind kind = Kind::Stop;
+    MFTIME systemTime = 0;
+    LONGLONG offset = 0; // of Start
+    float rate = 1.0F;   // of SetRate
+
+    HRESULT tell(IMFClockStateSink *sink) const
+    {
+        switch (kind) {
+        case Kind::Start:
+            return sink->OnClockStart(systemTime, offset);
+        case Kind::Stop:
+            return sink->OnClockStop(systemTime);
+        case Kind::Pause:
+            return sink->OnClockPause(systemTime);
+        case Kind::Restart:
+            return sink->OnClockRestart(systemTime);
+        case Kind::SetRate:
+            return sink->OnClockSetRate(systemTime, rate);
+        }
+        return E_UNEXPECTED;
+    }
+};
+
 // Tells the time of its time source, and tells everyone who registered when it starts, stops, pauses or changes its
-// rate. The time source hears first. Sinks are called on the thread that changes the state, without the lock held.
-class PresentationClock : public ComObject<IMFPresentationClock, IMFRateControl, IMFShutdown>
+// rate. The time source hears first, on the thread that makes the change, and can refuse it; the state sinks hear
+// afterwards on the standard work queue, change after change, each in the order in which the sinks were added.
+//
+// Threads: any; changes exclude each other. A time source must not change the clock from inside its notification.
+class PresentationClock final : public ComObject<IMFPresentationClock, IMFRateControl, IMFShutdown>
 {
 public:
     // IMFClock
@@ -25,7 +57,6 @@ public:
     STDMETHODIMP GetContinuityKey(DWORD *key) override;
     STDMETHODIMP GetState(DWORD reserved, MFCLOCK_STATE *state) override;
     STDMETHODIMP GetProperties(MFCLOCK_PROPERTIES *properties) override;
-
     // IMFPresentationClock
     STDMETHODIMP SetTimeSource(IMFPresentationTimeSource *source) override;
     STDMETHODIMP GetTimeSource(IMFPresentationTimeSource **source) override;
@@ -35,31 +66,59 @@ public:
     STDMETHODIMP Start(LONGLONG offset) override;
     STDMETHODIMP Stop() override;
     STDMETHODIMP Pause() override;
-
     // IMFRateControl
     STDMETHODIMP SetRate(BOOL thin, float rate) override;
     STDMETHODIMP GetRate(BOOL *thin, float *rate) override;
-
     // IMFShutdown
     STDMETHODIMP Shutdown() override;
     STDMETHODIMP GetShutdownStatus(MFSHUTDOWN_STATUS *status) override;
 
-protected:
-    void *findInterface(REFIID iid) override;
-
 private:
-    HRESULT source(Ref<IMFPresentationTimeSource> *source);
-    template <typename Notification>
-    HRESULT change(MFCLOCK_STATE state, Notification &&notify);
+    class Notification;
 
-    std::mutex m_mutex; // guards everything below
+    void *findInterface(REFIID iid) override;
+    HRESULT timeSource(Ref<IMFPresentationTimeSource> *source);
+    bool hasSink(IMFClockStateSink *sink);
+    // Tells the time source, notes the change down and sends it to the sinks. m_changing must be held.
+    HRESULT change(MFCLOCK_STATE state, ClockChange change);
+    // m_mutex must be held, so that no change overtakes another.
+    HRESULT notify(const StateSinks &sinks, const ClockChange &change);
+
+    std::mutex m_changing; // held during a change; taken before m_mutex
+    std::mutex m_mutex;
+    // Guarded by m_mutex.
     Ref<IMFPresentationTimeSource> m_source;
     Ref<IMFClockStateSink> m_sourceSink;
-    std::vector<Ref<IMFClockStateSink>> m_sinks;
+    StateSinks m_sinks;
     MFCLOCK_STATE m_state = MFCLOCK_STATE_INVALID;
-    LONGLONG m_startOffset = 0;
+    ClockChange m_lastChange; // of the state
     float m_rate = 1.0F;
     bool m_shutDown = false;
+};
+
+// A change on its way to the sinks that were there when it happened.
+class PresentationClock::Notification final : public ComObject<IMFAsyncCallback>
+{
+public:
+    Notification(PresentationClock *clock, StateSinks sinks, const ClockChange &change)
+        : m_clock(clock), m_sinks(std::move(sinks)), m_change(change)
+    {
+    }
+
+    STDMETHODIMP GetParameters(DWORD *, DWORD *) override { return E_NOTIMPL; }
+    STDMETHODIMP Invoke(IMFAsyncResult *) override
+    {
+        for (const auto &sink : m_sinks) {
+            if (m_clock->hasSink(sink.get()))
+                m_change.tell(sink.get());
+        }
+        return S_OK;
+    }
+
+private:
+    const Ref<PresentationClock> m_clock;
+    const StateSinks m_sinks;
+    const ClockChange m_change;
 };
 
 void *PresentationClock::findInterface(REFIID iid)
@@ -69,30 +128,32 @@ void *PresentationClock::findInterface(REFIID iid)
     return ComObject::findInterface(iid);
 }
 
-HRESULT PresentationClock::source(Ref<IMFPresentationTimeSource> *found)
+HRESULT PresentationClock::timeSource(Ref<IMFPresentationTimeSource> *source)
 {
     const std::lock_guard lock(m_mutex);
+    if (m_shutDown)
+        return MF_E_SHUTDOWN;
     if (!m_source)
         return MF_E_CLOCK_NO_TIME_SOURCE;
-    *found = m_source;
+    *source = m_source;
     return S_OK;
 }
 
-HRESULT PresentationClock::GetClockCharacteristics(DWORD *characteristics)
+STDMETHODIMP PresentationClock::GetClockCharacteristics(DWORD *characteristics)
 {
-    Ref<IMFPresentationTimeSource> timeSource;
-    const HRESULT hr = source(&timeSource);
-    return SUCCEEDED(hr) ? timeSource->GetClockCharacteristics(characteristics) : hr;
+    Ref<IMFPresentationTimeSource> source;
+    const HRESULT hr = timeSource(&source);
+    return SUCCEEDED(hr) ? source->GetClockCharacteristics(characteristics) : hr;
 }
 
-HRESULT PresentationClock::GetCorrelatedTime(DWORD reserved, LONGLONG *clockTime, MFTIME *systemTime)
+STDMETHODIMP PresentationClock::GetCorrelatedTime(DWORD reserved, LONGLONG *clockTime, MFTIME *systemTime)
 {
-    Ref<IMFPresentationTimeSource> timeSource;
-    const HRESULT hr = source(&timeSource);
-    return SUCCEEDED(hr) ? timeSource->GetCorrelatedTime(reserved, clockTime, systemTime) : hr;
+    Ref<IMFPresentationTimeSource> source;
+    const HRESULT hr = timeSource(&source);
+    return SUCCEEDED(hr) ? source->GetCorrelatedTime(reserved, clockTime, systemTime) : hr;
 }
 
-HRESULT PresentationClock::GetContinuityKey(DWORD *key)
+STDMETHODIMP PresentationClock::GetContinuityKey(DWORD *key)
 {
     if (!key)
         return E_POINTER;
@@ -100,7 +161,7 @@ HRESULT PresentationClock::GetContinuityKey(DWORD *key)
     return S_OK;
 }
 
-HRESULT PresentationClock::GetState(DWORD, MFCLOCK_STATE *state)
+STDMETHODIMP PresentationClock::GetState(DWORD, MFCLOCK_STATE *state)
 {
     if (!state)
         return E_POINTER;
@@ -109,39 +170,42 @@ HRESULT PresentationClock::GetState(DWORD, MFCLOCK_STATE *state)
     return S_OK;
 }
 
-HRESULT PresentationClock::GetProperties(MFCLOCK_PROPERTIES *properties)
+STDMETHODIMP PresentationClock::GetProperties(MFCLOCK_PROPERTIES *properties)
 {
-    Ref<IMFPresentationTimeSource> timeSource;
-    const HRESULT hr = source(&timeSource);
-    return SUCCEEDED(hr) ? timeSource->GetProperties(properties) : hr;
+    Ref<IMFPresentationTimeSource> source;
+    const HRESULT hr = timeSource(&source);
+    return SUCCEEDED(hr) ? source->GetProperties(properties) : hr;
 }
 
-HRESULT PresentationClock::SetTimeSource(IMFPresentationTimeSource *timeSource)
+STDMETHODIMP PresentationClock::SetTimeSource(IMFPresentationTimeSource *newSource)
 {
-    if (!timeSource)
+    if (!newSource)
         return E_INVALIDARG;
+    Ref<IMFPresentationTimeSource> source(newSource);
     Ref<IMFClockStateSink> sink;
-    const HRESULT hr = timeSource->QueryInterface(__uuidof(IMFClockStateSink), reinterpret_cast<void **>(sink.put()));
+    const HRESULT hr = source->QueryInterface(__uuidof(IMFClockStateSink), reinterpret_cast<void **>(sink.put()));
     if (FAILED(hr))
         return hr;
+    const std::lock_guard changing(m_changing);
     const std::lock_guard lock(m_mutex);
-    m_source = timeSource;
-    m_sourceSink = sink;
+    if (m_shutDown)
+        return MF_E_SHUTDOWN;
+    std::swap(m_source, source);
+    std::swap(m_sourceSink, sink);
     return S_OK;
 }
 
-HRESULT PresentationClock::GetTimeSource(IMFPresentationTimeSource **timeSource)
+STDMETHODIMP PresentationClock::GetTimeSource(IMFPresentationTimeSource **found)
 {
-    if (!timeSource)
+    if (!found)
         return E_INVALIDARG;
-    Ref<IMFPresentationTimeSource> found;
-    const HRESULT hr = source(&found);
-    if (SUCCEEDED(hr))
-        *timeSource = found.detach();
+    Ref<IMFPresentationTimeSource> source;
+    const HRESULT hr = timeSource(&source);
+    *found = source.detach();
     return hr;
 }
 
-HRESULT PresentationClock::GetTime(MFTIME *time)
+STDMETHODIMP PresentationClock::GetTime(MFTIME *time)
 {
     if (!time)
         return E_POINTER;
@@ -149,117 +213,134 @@ HRESULT PresentationClock::GetTime(MFTIME *time)
     return GetCorrelatedTime(0, time, &systemTime);
 }
 
-HRESULT PresentationClock::AddClockStateSink(IMFClockStateSink *sink)
-{
-    if (!sink)
-        return E_INVALIDARG;
-    std::unique_lock lock(m_mutex);
-    for (const auto &known : m_sinks)
-        if (known.get() == sink)
-            return E_INVALIDARG;
-    m_sinks.emplace_back(sink);
-    const MFCLOCK_STATE state = m_state;
-    const LONGLONG offset = m_startOffset;
-    lock.unlock();
-    // A sink that comes late hears of the state that the others know.
-    if (state == MFCLOCK_STATE_RUNNING)
-        sink->OnClockStart(MFGetSystemTime(), offset);
-    else if (state == MFCLOCK_STATE_PAUSED)
-        sink->OnClockPause(MFGetSystemTime());
-    return S_OK;
-}
-
-HRESULT PresentationClock::RemoveClockStateSink(IMFClockStateSink *sink)
+STDMETHODIMP PresentationClock::AddClockStateSink(IMFClockStateSink *sink)
 {
     if (!sink)
         return E_INVALIDARG;
     const std::lock_guard lock(m_mutex);
-    m_sinks.erase(
-        std::remove_if(m_sinks.begin(), m_sinks.end(), [sink](const auto &known) { return known.get() == sink; }),
-        m_sinks.end());
-    return S_OK;
-}
-
-template <typename Notification>
-HRESULT PresentationClock::change(MFCLOCK_STATE state, Notification &&notify)
-{
-    std::unique_lock lock(m_mutex);
     if (m_shutDown)
         return MF_E_SHUTDOWN;
-    if (!m_source)
-        return MF_E_CLOCK_NO_TIME_SOURCE;
-    const auto timeSource = m_sourceSink;
-    const auto sinks = m_sinks;
-    const MFTIME now = MFGetSystemTime();
-    lock.unlock();
-
-    const HRESULT hr = notify(timeSource.get(), now);
-    if (FAILED(hr))
-        return hr;
-    lock.lock();
-    m_state = state;
-    lock.unlock();
-    for (const auto &sink : sinks)
-        notify(sink.get(), now);
+    const Ref<IMFClockStateSink> added(sink);
+    if (std::any_of(m_sinks.begin(), m_sinks.end(), [sink](const auto &known) { return known.get() == sink; }))
+        return E_INVALIDARG;
+    try {
+        m_sinks.push_back(added);
+    } catch (const std::bad_alloc &) {
+        return E_OUTOFMEMORY;
+    }
+    // A sink that comes late hears of the state that the others know.
+    if (m_state != MFCLOCK_STATE_INVALID)
+        return notify({added}, m_lastChange);
     return S_OK;
 }
 
-HRESULT PresentationClock::Start(LONGLONG offset)
+STDMETHODIMP PresentationClock::RemoveClockStateSink(IMFClockStateSink *sink)
 {
+    if (!sink)
+        return E_INVALIDARG;
+    Ref<IMFClockStateSink> removed; // released without the lock
+    const std::lock_guard lock(m_mutex);
+    const auto found =
+        std::find_if(m_sinks.begin(), m_sinks.end(), [sink](const auto &known) { return known.get() == sink; });
+    if (found == m_sinks.end())
+        return S_OK;
+    removed = std::move(*found);
+    m_sinks.erase(found);
+    return S_OK;
+}
+
+bool PresentationClock::hasSink(IMFClockStateSink *sink)
+{
+    const std::lock_guard lock(m_mutex);
+    return std::any_of(m_sinks.begin(), m_sinks.end(), [sink](const auto &known) { return known.get() == sink; });
+}
+
+HRESULT PresentationClock::change(MFCLOCK_STATE state, ClockChange change)
+{
+    Ref<IMFClockStateSink> sourceSink;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_shutDown)
+            return MF_E_SHUTDOWN;
+        if (!m_source)
+            return MF_E_CLOCK_NO_TIME_SOURCE;
+        sourceSink = m_sourceSink;
+    }
+    change.systemTime = MFGetSystemTime();
+    const HRESULT hr = change.tell(sourceSink.get());
+    if (FAILED(hr))
+        return hr;
+
+    const std::lock_guard lock(m_mutex);
+    if (change.kind == ClockChange::Kind::SetRate) {
+        m_rate = change.rate;
+    } else {
+        m_state = state;
+        m_lastChange = change;
+    }
+    return m_sinks.empty() ? S_OK : notify(m_sinks, change);
+}
+
+HRESULT PresentationClock::notify(const StateSinks &sinks, const ClockChange &change)
+{
+    const auto notification = createObject<Notification>(this, sinks, change);
+    return notification ? MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_STANDARD, notification.get(), nullptr) : E_OUTOFMEMORY;
+}
+
+STDMETHODIMP PresentationClock::Start(LONGLONG offset)
+{
+    const std::lock_guard changing(m_changing);
     MFCLOCK_STATE state = MFCLOCK_STATE_INVALID;
-    {
-        const std::lock_guard lock(m_mutex);
-        state = m_state;
-        m_startOffset = offset;
-    }
-    if (state == MFCLOCK_STATE_PAUSED && offset == PRESENTATION_CURRENT_POSITION)
-        return change(MFCLOCK_STATE_RUNNING,
-                      [](IMFClockStateSink *sink, MFTIME now) { return sink->OnClockRestart(now); });
-    return change(MFCLOCK_STATE_RUNNING,
-                  [offset](IMFClockStateSink *sink, MFTIME now) { return sink->OnClockStart(now, offset); });
+    GetState(0, &state);
+    ClockChange start;
+    start.kind = state == MFCLOCK_STATE_PAUSED && offset == PRESENTATION_CURRENT_POSITION ? ClockChange::Kind::Restart
+                                                                                          : ClockChange::Kind::Start;
+    start.offset = offset;
+    return change(MFCLOCK_STATE_RUNNING, start);
 }
 
-HRESULT PresentationClock::Stop()
+STDMETHODIMP PresentationClock::Stop()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_source && m_state == MFCLOCK_STATE_STOPPED)
-            return MF_E_CLOCK_STATE_ALREADY_SET;
-    }
-    return change(MFCLOCK_STATE_STOPPED, [](IMFClockStateSink *sink, MFTIME now) { return sink->OnClockStop(now); });
+    const std::lock_guard changing(m_changing);
+    MFCLOCK_STATE state = MFCLOCK_STATE_INVALID;
+    GetState(0, &state);
+    if (state == MFCLOCK_STATE_STOPPED)
+        return MF_E_CLOCK_STATE_ALREADY_SET;
+    ClockChange stop;
+    stop.kind = ClockChange::Kind::Stop;
+    return change(MFCLOCK_STATE_STOPPED, stop);
 }
 
-HRESULT PresentationClock::Pause()
+STDMETHODIMP PresentationClock::Pause()
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_source && m_state == MFCLOCK_STATE_PAUSED)
-            return MF_E_CLOCK_STATE_ALREADY_SET;
-        if (m_source && m_state != MFCLOCK_STATE_RUNNING)
-            return MF_E_INVALIDREQUEST;
-    }
-    return change(MFCLOCK_STATE_PAUSED, [](IMFClockStateSink *sink, MFTIME now) { return sink->OnClockPause(now); });
+    const std::lock_guard changing(m_changing);
+    Ref<IMFPresentationTimeSource> source;
+    const HRESULT hr = timeSource(&source);
+    if (FAILED(hr))
+        return hr;
+    MFCLOCK_STATE state = MFCLOCK_STATE_INVALID;
+    GetState(0, &state);
+    if (state == MFCLOCK_STATE_PAUSED)
+        return MF_E_CLOCK_STATE_ALREADY_SET;
+    if (state == MFCLOCK_STATE_STOPPED)
+        return MF_E_INVALIDREQUEST;
+    ClockChange pause;
+    pause.kind = ClockChange::Kind::Pause;
+    return change(MFCLOCK_STATE_PAUSED, pause);
 }
 
-HRESULT PresentationClock::SetRate(BOOL thin, float rate)
+STDMETHODIMP PresentationClock::SetRate(BOOL thin, float rate)
 {
     if (thin)
         return MF_E_THINNING_UNSUPPORTED;
-    MFCLOCK_STATE state = MFCLOCK_STATE_INVALID;
-    {
-        const std::lock_guard lock(m_mutex);
-        state = m_state;
-    }
-    const HRESULT hr =
-        change(state, [rate](IMFClockStateSink *sink, MFTIME now) { return sink->OnClockSetRate(now, rate); });
-    if (SUCCEEDED(hr)) {
-        const std::lock_guard lock(m_mutex);
-        m_rate = rate;
-    }
-    return hr;
+    const std::lock_guard changing(m_changing);
+    ClockChange setRate;
+    setRate.kind = ClockChange::Kind::SetRate;
+    setRate.rate = rate;
+    return change(MFCLOCK_STATE_INVALID, setRate);
 }
 
-HRESULT PresentationClock::GetRate(BOOL *thin, float *rate)
+STDMETHODIMP PresentationClock::GetRate(BOOL *thin, float *rate)
 {
     if (!rate)
         return E_INVALIDARG;
@@ -270,24 +351,30 @@ HRESULT PresentationClock::GetRate(BOOL *thin, float *rate)
     return S_OK;
 }
 
-HRESULT PresentationClock::Shutdown()
+STDMETHODIMP PresentationClock::Shutdown()
 {
-    std::vector<Ref<IMFClockStateSink>> dropped;
+    // Released without the locks; the sinks usually hold the clock.
+    StateSinks sinks;
+    Ref<IMFPresentationTimeSource> source;
+    Ref<IMFClockStateSink> sourceSink;
+    const std::lock_guard changing(m_changing);
     const std::lock_guard lock(m_mutex);
-    if (m_shutDown)
-        return MF_E_SHUTDOWN;
     m_shutDown = true;
-    dropped.swap(m_sinks);
+    sinks.swap(m_sinks);
+    std::swap(source, m_source);
+    std::swap(sourceSink, m_sourceSink);
     return S_OK;
 }
 
-HRESULT PresentationClock::GetShutdownStatus(MFSHUTDOWN_STATUS *status)
+STDMETHODIMP PresentationClock::GetShutdownStatus(MFSHUTDOWN_STATUS *status)
 {
     if (!status)
         return E_INVALIDARG;
     const std::lock_guard lock(m_mutex);
+    if (!m_shutDown)
+        return MF_E_INVALIDREQUEST;
     *status = MFSHUTDOWN_COMPLETED;
-    return m_shutDown ? S_OK : MF_E_INVALIDREQUEST;
+    return S_OK;
 }
 
 } // namespace
@@ -300,23 +387,4 @@ HRESULT WINAPI MFCreatePresentationClock(IMFPresentationClock **clock)
         return E_POINTER;
     *clock = winmedia::createObject<winmedia::PresentationClock>().detach();
     return *clock ? S_OK : E_OUTOFMEMORY;
-}
-
-HRESULT WINAPI MFShutdownObject(IUnknown *object)
-{
-    if (!object)
-        return E_INVALIDARG;
-    winmedia::Ref<IMFShutdown> shutdown;
-    if (SUCCEEDED(object->QueryInterface(__uuidof(IMFShutdown), reinterpret_cast<void **>(shutdown.put()))))
-        shutdown->Shutdown();
-    return S_OK;
-}
-
-HRESULT WINAPI MFGetService(IUnknown *object, REFGUID service, REFIID iid, void **out)
-{
-    if (!object)
-        return E_POINTER;
-    winmedia::Ref<IMFGetService> services;
-    const HRESULT hr = object->QueryInterface(__uuidof(IMFGetService), reinterpret_cast<void **>(services.put()));
-    return SUCCEEDED(hr) ? services->GetService(service, iid, out) : MF_E_UNSUPPORTED_SERVICE;
 }

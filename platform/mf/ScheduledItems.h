@@ -5,43 +5,35 @@
 #include <mfapi.h>
 
 #include <chrono>
-#include <condition_variable>
-#include <map>
-#include <mutex>
-#include <thread>
+#include <memory>
 
 namespace winmedia
 {
 
-// Work items that wait for their time, on a thread that runs while there are any, and then go to the queue they ask
-// for.
+// Work items that wait for their time on one thread, and then go to the work queue that their callback asks for, else
+// to that for timers. Any thread. When it goes, the items that still wait are dropped.
 class ScheduledItems
 {
 public:
-    static ScheduledItems &instance();
+    // Starts the thread; null when there is none to be had.
+    static std::shared_ptr<ScheduledItems> create();
+    ScheduledItems(const ScheduledItems &) = delete;
+    ScheduledItems &operator=(const ScheduledItems &) = delete;
+    ~ScheduledItems();
 
-    // `key` may be null.
-    void add(Ref<IMFAsyncResult> result, INT64 milliseconds, MFWORKITEM_KEY *key);
-    // False when the item has run or was never there.
+    // `key` may be null; keys are not used twice in a process.
+    HRESULT add(Ref<IMFAsyncResult> result, std::chrono::milliseconds delay, MFWORKITEM_KEY *key);
+    // False when the item is not waiting.
     bool cancel(MFWORKITEM_KEY key);
-    // Drops what waits and ends the thread.
-    void clear();
 
 private:
-    using Clock = std::chrono::steady_clock;
-    struct Item {
-        MFWORKITEM_KEY key;
-        Ref<IMFAsyncResult> result;
-    };
+    struct State;
+    explicit ScheduledItems(std::shared_ptr<State> state);
 
-    void wait();
+    static void wait(State &state);
 
-    std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::multimap<Clock::time_point, Item> m_items; // guarded by m_mutex
-    MFWORKITEM_KEY m_nextKey = 1;                   // guarded by m_mutex
-    bool m_stopping = false;                        // guarded by m_mutex
-    std::thread m_thread;                           // guarded by m_mutex
+    // Shared with the thread.
+    const std::shared_ptr<State> m_state;
 };
 
 } // namespace winmedia

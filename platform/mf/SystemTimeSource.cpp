@@ -17,7 +17,7 @@ namespace
 constexpr UINT64 frequency = 10'000'000; // Hz: 100 ns units
 
 // Time that follows the system's clock at the rate set, from where it was started.
-class SystemTimeSource : public ComObject<IMFPresentationTimeSource, IMFClockStateSink>
+class SystemTimeSource final : public ComObject<IMFPresentationTimeSource, IMFClockStateSink>
 {
 public:
     STDMETHODIMP GetClockCharacteristics(DWORD *characteristics) override
@@ -77,6 +77,8 @@ public:
     STDMETHODIMP OnClockStop(MFTIME) override
     {
         const std::lock_guard lock(m_mutex);
+        if (m_state == MFCLOCK_STATE_INVALID)
+            return S_OK; // nothing to stop yet
         m_time = 0;
         m_state = MFCLOCK_STATE_STOPPED;
         return S_OK;
@@ -84,7 +86,7 @@ public:
     STDMETHODIMP OnClockPause(MFTIME systemTime) override
     {
         const std::lock_guard lock(m_mutex);
-        if (m_state != MFCLOCK_STATE_RUNNING)
+        if (m_state == MFCLOCK_STATE_PAUSED || m_state == MFCLOCK_STATE_STOPPED)
             return MF_E_INVALIDREQUEST;
         m_time = timeAt(systemTime);
         m_state = MFCLOCK_STATE_PAUSED;
@@ -101,6 +103,8 @@ public:
     }
     STDMETHODIMP OnClockSetRate(MFTIME systemTime, float rate) override
     {
+        if (rate == 0.0F)
+            return MF_E_UNSUPPORTED_RATE;
         const std::lock_guard lock(m_mutex);
         m_time = timeAt(systemTime);
         m_since = systemTime;

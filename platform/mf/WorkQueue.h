@@ -1,90 +1,54 @@
 #pragma once
 
-#include "platform/mf/AsyncResult.h"
+#include "platform/com/ComObject.h"
 
-#include <condition_variable>
-#include <deque>
-#include <memory>
-#include <mutex>
-#include <thread>
+#include <mfapi.h>
+
+#include <cstdint>
 #include <vector>
 
 namespace winmedia
 {
 
+// A callback to be invoked, in the form of its asynchronous result.
 struct WorkItem {
-    Ref<AsyncResult> result;
+    Ref<IMFAsyncResult> result;
     LONG priority = 0;
+
+    void run() const;
 };
 
-// Items run by priority, equal ones in the order they were put.
-class WorkItems
-{
-public:
-    void put(WorkItem item);
-    WorkItem take();
-    bool empty() const { return m_items.empty(); }
-
-private:
-    std::deque<WorkItem> m_items;
-};
-
+// A place where work items run. Any thread may put items. When the queue goes, the items that wait still run.
 class WorkQueue
 {
 public:
+    WorkQueue() = default;
+    WorkQueue(const WorkQueue &) = delete;
+    WorkQueue &operator=(const WorkQueue &) = delete;
     virtual ~WorkQueue() = default;
-    virtual void put(WorkItem item) = 0;
-    // No item is put after this; those waiting are still run. May be called on the queue's own thread.
-    virtual void close() = 0;
+
+    // Fails only when memory or threads are out; the item is not kept then.
+    virtual HRESULT put(WorkItem item) = 0;
 };
 
-// Items run on threads of the queue's own: at most as many at a time as it has threads. Threads start with the first
-// item and end when the queue is closed and empty.
-class ThreadedWorkQueue : public WorkQueue
+// Items that wait: higher priorities first, equal ones in the order they came.
+class WaitingItems
 {
 public:
-    explicit ThreadedWorkQueue(unsigned threads);
-    ~ThreadedWorkQueue() override;
-
-    void put(WorkItem item) override;
-    void close() override;
+    bool empty() const { return m_heap.empty(); }
+    size_t size() const { return m_heap.size(); }
+    void push(WorkItem &&item); // throws std::bad_alloc
+    WorkItem pop();
 
 private:
-    struct State {
-        std::mutex mutex;
-        std::condition_variable wake;
-        WorkItems items;      // guarded by mutex
-        unsigned idle = 0;    // threads that wait for an item; guarded by mutex
-        unsigned started = 0; // guarded by mutex
-        bool closed = false;  // guarded by mutex
+    struct Entry {
+        WorkItem item;
+        std::uint64_t number;
     };
+    static bool runsLater(const Entry &left, const Entry &right);
 
-    static void work(const std::shared_ptr<State> &state);
-
-    const unsigned m_limit;
-    const std::shared_ptr<State> m_state;
-    std::vector<std::thread> m_threads; // guarded by the state's mutex
-};
-
-// Items run one at a time on another queue.
-class SerialWorkQueue : public WorkQueue, public std::enable_shared_from_this<SerialWorkQueue>
-{
-public:
-    explicit SerialWorkQueue(std::shared_ptr<WorkQueue> target) : m_target(std::move(target)) {}
-
-    void put(WorkItem item) override;
-    void close() override {}
-
-private:
-    class Step;
-
-    void scheduleStep();
-    void runStep();
-
-    const std::shared_ptr<WorkQueue> m_target;
-    std::mutex m_mutex;
-    WorkItems m_items;        // guarded by m_mutex
-    bool m_scheduled = false; // guarded by m_mutex
+    std::vector<Entry> m_heap;
+    std::uint64_t m_count = 0;
 };
 
 } // namespace winmedia
