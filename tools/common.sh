@@ -10,8 +10,7 @@ fail() {
 }
 
 # What each group of Debian packages is for.
-build_packages=(g++ cmake ninja-build ccache libwine-dev qtbase5-dev qtdeclarative5-dev qml-module-qtqml
-    qml-module-qtquick2 libboost-dev libyuv-dev)
+build_packages=(g++ cmake ninja-build ccache libwine-dev qtbase5-dev qtdeclarative5-dev libboost-dev libyuv-dev)
 build_reason="compiler, build tools, Qt 5, the Windows interface headers, Boost and libyuv"
 test_packages=(libgtest-dev libgmock-dev)
 test_reason="GoogleTest"
