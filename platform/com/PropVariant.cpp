@@ -11,22 +11,24 @@
 namespace
 {
 
-template <typename Character>
-Character *duplicate(const Character *text)
+// Puts a copy of the block that `pointer` points to in its place. No block stays no block.
+template <typename T>
+HRESULT duplicate(T *&pointer, size_t count)
 {
-    const size_t bytes = (std::char_traits<Character>::length(text) + 1) * sizeof(Character);
-    auto *const copy = static_cast<Character *>(CoTaskMemAlloc(bytes));
-    if (copy)
-        std::memcpy(copy, text, bytes);
-    return copy;
+    if (!pointer)
+        return S_OK;
+    auto *const copy = static_cast<T *>(CoTaskMemAlloc(count * sizeof(T)));
+    if (!copy)
+        return E_OUTOFMEMORY;
+    std::memcpy(copy, pointer, count * sizeof(T));
+    pointer = copy;
+    return S_OK;
 }
 
-void *duplicate(const void *block, size_t bytes)
+template <typename Character>
+HRESULT duplicateText(Character *&text)
 {
-    void *const copy = CoTaskMemAlloc(bytes);
-    if (copy && bytes > 0)
-        std::memcpy(copy, block, bytes);
-    return copy;
+    return duplicate(text, text ? std::char_traits<Character>::length(text) + 1 : 0);
 }
 
 bool isPlainValue(VARTYPE type)
@@ -96,38 +98,32 @@ HRESULT WINAPI PropVariantCopy(PROPVARIANT *destination, const PROPVARIANT *sour
     if (!destination || !source)
         return E_INVALIDARG;
     PROPVARIANT copy = *source;
-    bool complete = true;
+    HRESULT hr = S_OK;
     switch (source->vt) {
     case VT_CLSID:
-        copy.puuid = static_cast<CLSID *>(duplicate(source->puuid, sizeof(CLSID)));
-        complete = copy.puuid != nullptr;
+        hr = duplicate(copy.puuid, 1);
         break;
     case VT_LPWSTR:
-        copy.pwszVal = duplicate(source->pwszVal);
-        complete = copy.pwszVal != nullptr;
+        hr = duplicateText(copy.pwszVal);
         break;
     case VT_LPSTR:
-        copy.pszVal = duplicate(source->pszVal);
-        complete = copy.pszVal != nullptr;
+        hr = duplicateText(copy.pszVal);
         break;
     case VT_UNKNOWN:
         if (copy.punkVal)
             copy.punkVal->AddRef();
         break;
     case VT_VECTOR | VT_UI1:
-        copy.caub.pElems = static_cast<UCHAR *>(duplicate(source->caub.pElems, source->caub.cElems));
-        complete = copy.caub.pElems != nullptr;
+        hr = duplicate(copy.caub.pElems, copy.caub.cElems);
         break;
     case VT_BLOB:
-        copy.blob.pBlobData = static_cast<BYTE *>(duplicate(source->blob.pBlobData, source->blob.cbSize));
-        complete = copy.blob.pBlobData != nullptr;
+        hr = duplicate(copy.blob.pBlobData, copy.blob.cbSize);
         break;
     default:
         if (!isPlainValue(source->vt))
             return DISP_E_BADVARTYPE;
     }
-    if (!complete)
-        return E_OUTOFMEMORY;
-    *destination = copy;
-    return S_OK;
+    if (SUCCEEDED(hr))
+        *destination = copy;
+    return hr;
 }

@@ -6,7 +6,8 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string>
+#include <string_view>
+#include <utility>
 
 namespace winmedia
 {
@@ -30,9 +31,24 @@ bool isAttributeType(VARTYPE type)
     }
 }
 
+// A null object is a value, but no text, identifier or bytes at a null pointer.
+bool lacksContent(const PROPVARIANT &value)
+{
+    switch (value.vt) {
+    case VT_CLSID:
+        return !value.puuid;
+    case VT_LPWSTR:
+        return !value.pwszVal;
+    case VT_VECTOR | VT_UI1:
+        return !value.caub.pElems && value.caub.cElems > 0;
+    default:
+        return false;
+    }
+}
+
 UINT32 lengthOf(const WCHAR *text)
 {
-    return static_cast<UINT32>(std::char_traits<WCHAR>::length(text));
+    return static_cast<UINT32>(std::u16string_view(text).size());
 }
 
 bool isSameObject(IUnknown *left, IUnknown *right)
@@ -71,63 +87,25 @@ bool isSameValue(const PROPVARIANT &left, const PROPVARIANT &right)
     }
 }
 
-HRESULT allocate(void **block, size_t size)
+template <typename T>
+HRESULT give(const T &value, T *out)
 {
-    *block = CoTaskMemAlloc(size);
-    return *block ? S_OK : E_OUTOFMEMORY;
+    if (out)
+        *out = value;
+    return S_OK;
 }
 
-// Whether every item of `subset` stands in `other` with the same value; an absent one counts as `absent`.
-HRESULT agrees(IMFAttributes *subset, IMFAttributes *other, bool absent, BOOL *result)
+template <typename T>
+HRESULT allocateCopy(const T *items, UINT32 count, T **copy)
 {
-    UINT32 count = 0;
-    HRESULT hr = subset->GetCount(&count);
-    for (UINT32 index = 0; SUCCEEDED(hr) && index < count; ++index) {
-        GUID key;
-        Value value;
-        hr = subset->GetItemByIndex(index, &key, &value.raw());
-        if (FAILED(hr))
-            return hr;
-        MF_ATTRIBUTE_TYPE type;
-        BOOL same = absent;
-        if (SUCCEEDED(other->GetItemType(key, &type)))
-            hr = other->CompareItem(key, value.raw(), &same);
-        if (FAILED(hr) || !same) {
-            *result = FALSE;
-            return hr;
-        }
-    }
-    *result = SUCCEEDED(hr);
-    return hr;
+    *copy = static_cast<T *>(CoTaskMemAlloc(count * sizeof(T)));
+    if (!*copy)
+        return E_OUTOFMEMORY;
+    std::copy_n(items, count, *copy);
+    return S_OK;
 }
 
 } // namespace
-
-HRESULT compareStores(IMFAttributes *mine, IMFAttributes *theirs, MF_ATTRIBUTES_MATCH_TYPE match, BOOL *result)
-{
-    if (!theirs || !result)
-        return E_INVALIDARG;
-    *result = FALSE;
-
-    UINT32 myCount = 0;
-    UINT32 theirCount = 0;
-    mine->GetCount(&myCount);
-    theirs->GetCount(&theirCount);
-    switch (match) {
-    case MF_ATTRIBUTES_MATCH_OUR_ITEMS:
-        return agrees(mine, theirs, false, result);
-    case MF_ATTRIBUTES_MATCH_THEIR_ITEMS:
-        return agrees(theirs, mine, false, result);
-    case MF_ATTRIBUTES_MATCH_ALL_ITEMS:
-        return myCount == theirCount ? agrees(mine, theirs, false, result) : S_OK;
-    case MF_ATTRIBUTES_MATCH_INTERSECTION:
-        return agrees(mine, theirs, true, result);
-    case MF_ATTRIBUTES_MATCH_SMALLER:
-        return myCount <= theirCount ? agrees(mine, theirs, false, result) : agrees(theirs, mine, false, result);
-    default:
-        return E_INVALIDARG;
-    }
-}
 
 const AttributeStore::Item *AttributeStore::find(REFGUID key) const
 {
@@ -136,15 +114,19 @@ const AttributeStore::Item *AttributeStore::find(REFGUID key) const
     return item == m_items.end() ? nullptr : &*item;
 }
 
-HRESULT AttributeStore::find(REFGUID key, VARTYPE type, const PROPVARIANT **value) const
+AttributeStore::Item *AttributeStore::find(REFGUID key)
 {
+    return const_cast<Item *>(std::as_const(*this).find(key));
+}
+
+template <typename Use>
+HRESULT AttributeStore::read(REFGUID key, VARTYPE type, const Use &use) const
+{
+    const std::lock_guard lock(m_mutex);
     const Item *const item = find(key);
     if (!item)
         return MF_E_ATTRIBUTENOTFOUND;
-    if (item->value.raw().vt != type)
-        return MF_E_INVALIDTYPE;
-    *value = &item->value.raw();
-    return S_OK;
+    return item->value.raw().vt == type ? use(item->value.raw()) : MF_E_INVALIDTYPE;
 }
 
 HRESULT AttributeStore::getItem(REFGUID key, PROPVARIANT *value) const
@@ -180,148 +162,102 @@ HRESULT AttributeStore::compareItem(REFGUID key, REFPROPVARIANT value, BOOL *res
 
 HRESULT AttributeStore::getUINT32(REFGUID key, UINT32 *value) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_UI4, &item);
-    if (SUCCEEDED(hr) && value)
-        *value = item->ulVal;
-    return hr;
+    return read(key, VT_UI4, [&](const PROPVARIANT &item) { return give(item.ulVal, value); });
 }
 
 HRESULT AttributeStore::getUINT64(REFGUID key, UINT64 *value) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_UI8, &item);
-    if (SUCCEEDED(hr) && value)
-        *value = item->uhVal.QuadPart;
-    return hr;
+    return read(key, VT_UI8, [&](const PROPVARIANT &item) { return give(item.uhVal.QuadPart, value); });
 }
 
 HRESULT AttributeStore::getDouble(REFGUID key, double *value) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_R8, &item);
-    if (SUCCEEDED(hr) && value)
-        *value = item->dblVal;
-    return hr;
+    return read(key, VT_R8, [&](const PROPVARIANT &item) { return give(item.dblVal, value); });
 }
 
 HRESULT AttributeStore::getGUID(REFGUID key, GUID *value) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_CLSID, &item);
-    if (SUCCEEDED(hr) && value)
-        *value = *item->puuid;
-    return hr;
+    return read(key, VT_CLSID, [&](const PROPVARIANT &item) { return give(*item.puuid, value); });
 }
 
 HRESULT AttributeStore::getStringLength(REFGUID key, UINT32 *length) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_LPWSTR, &item);
-    if (SUCCEEDED(hr) && length)
-        *length = lengthOf(item->pwszVal);
-    return hr;
+    return read(key, VT_LPWSTR, [&](const PROPVARIANT &item) { return give(lengthOf(item.pwszVal), length); });
 }
 
 HRESULT AttributeStore::getString(REFGUID key, WCHAR *value, UINT32 size, UINT32 *length) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_LPWSTR, &item);
-    if (FAILED(hr))
-        return hr;
-    const UINT32 characters = lengthOf(item->pwszVal);
-    if (length)
-        *length = characters;
-    if (!value || size <= characters)
-        return STRSAFE_E_INSUFFICIENT_BUFFER;
-    std::copy_n(item->pwszVal, characters + 1, value);
-    return S_OK;
+    return read(key, VT_LPWSTR, [&](const PROPVARIANT &item) {
+        const UINT32 characters = lengthOf(item.pwszVal);
+        give(characters, length);
+        if (!value || size <= characters)
+            return STRSAFE_E_INSUFFICIENT_BUFFER;
+        std::copy_n(item.pwszVal, characters + 1, value);
+        return S_OK;
+    });
 }
 
 HRESULT AttributeStore::getAllocatedString(REFGUID key, WCHAR **value, UINT32 *length) const
 {
     if (!value || !length)
         return E_INVALIDARG;
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    HRESULT hr = find(key, VT_LPWSTR, &item);
-    if (FAILED(hr))
-        return hr;
-    *length = lengthOf(item->pwszVal);
-    hr = allocate(reinterpret_cast<void **>(value), (*length + 1) * sizeof(WCHAR));
-    if (SUCCEEDED(hr))
-        std::copy_n(item->pwszVal, *length + 1, *value);
-    return hr;
+    return read(key, VT_LPWSTR, [&](const PROPVARIANT &item) {
+        *length = lengthOf(item.pwszVal);
+        return allocateCopy(item.pwszVal, *length + 1, value);
+    });
 }
 
 HRESULT AttributeStore::getBlobSize(REFGUID key, UINT32 *size) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_VECTOR | VT_UI1, &item);
-    if (SUCCEEDED(hr) && size)
-        *size = item->caub.cElems;
-    return hr;
+    return read(key, VT_VECTOR | VT_UI1, [&](const PROPVARIANT &item) { return give(item.caub.cElems, size); });
 }
 
 HRESULT AttributeStore::getBlob(REFGUID key, UINT8 *buffer, UINT32 bufferSize, UINT32 *size) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_VECTOR | VT_UI1, &item);
-    if (FAILED(hr))
-        return hr;
-    if (size)
-        *size = item->caub.cElems;
-    if (bufferSize < item->caub.cElems)
-        return E_NOT_SUFFICIENT_BUFFER;
-    std::copy_n(item->caub.pElems, item->caub.cElems, buffer);
-    return S_OK;
+    return read(key, VT_VECTOR | VT_UI1, [&](const PROPVARIANT &item) {
+        give(item.caub.cElems, size);
+        if (bufferSize < item.caub.cElems)
+            return E_NOT_SUFFICIENT_BUFFER;
+        std::copy_n(item.caub.pElems, item.caub.cElems, buffer);
+        return S_OK;
+    });
 }
 
 HRESULT AttributeStore::getAllocatedBlob(REFGUID key, UINT8 **buffer, UINT32 *size) const
 {
     if (!buffer || !size)
         return E_INVALIDARG;
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    HRESULT hr = find(key, VT_VECTOR | VT_UI1, &item);
-    if (FAILED(hr))
-        return hr;
-    *size = item->caub.cElems;
-    hr = allocate(reinterpret_cast<void **>(buffer), *size);
-    if (SUCCEEDED(hr))
-        std::copy_n(item->caub.pElems, *size, *buffer);
-    return hr;
+    return read(key, VT_VECTOR | VT_UI1, [&](const PROPVARIANT &item) {
+        *size = item.caub.cElems;
+        return allocateCopy(item.caub.pElems, *size, buffer);
+    });
 }
 
 HRESULT AttributeStore::getUnknown(REFGUID key, REFIID iid, void **object) const
 {
-    const std::lock_guard lock(m_mutex);
-    const PROPVARIANT *item = nullptr;
-    const HRESULT hr = find(key, VT_UNKNOWN, &item);
+    Ref<IUnknown> stored;
+    const HRESULT hr = read(key, VT_UNKNOWN, [&](const PROPVARIANT &item) {
+        stored = item.punkVal;
+        return S_OK;
+    });
     if (FAILED(hr))
         return hr;
-    return item->punkVal ? item->punkVal->QueryInterface(iid, object) : E_NOINTERFACE;
+    return stored ? stored->QueryInterface(iid, object) : MF_E_INVALIDTYPE;
 }
 
 HRESULT AttributeStore::setItem(REFGUID key, REFPROPVARIANT value)
 {
     if (!isAttributeType(value.vt))
         return MF_E_INVALIDTYPE;
+    if (lacksContent(value))
+        return E_INVALIDARG;
     Value copy;
     const HRESULT hr = PropVariantCopy(&copy.raw(), &value);
     if (FAILED(hr))
         return hr;
     const std::lock_guard lock(m_mutex);
-    if (const Item *const item = find(key))
-        const_cast<Item *>(item)->value = std::move(copy);
+    if (Item *const item = find(key))
+        item->value = std::move(copy);
     else
         m_items.push_back({key, std::move(copy)});
     return S_OK;
@@ -329,8 +265,6 @@ HRESULT AttributeStore::setItem(REFGUID key, REFPROPVARIANT value)
 
 HRESULT AttributeStore::setString(REFGUID key, const WCHAR *value)
 {
-    if (!value)
-        return E_INVALIDARG;
     PROPVARIANT item;
     PropVariantInit(&item);
     item.vt = VT_LPWSTR;
@@ -348,19 +282,23 @@ HRESULT AttributeStore::setBlob(REFGUID key, const UINT8 *buffer, UINT32 size)
     return setItem(key, item);
 }
 
+// A value that goes is released outside the lock: it may be an object that looks into this store.
 HRESULT AttributeStore::deleteItem(REFGUID key)
 {
+    Value gone;
     const std::lock_guard lock(m_mutex);
-    m_items.erase(
-        std::remove_if(m_items.begin(), m_items.end(), [&](const Item &item) { return IsEqualGUID(item.key, key); }),
-        m_items.end());
+    if (Item *const item = find(key)) {
+        gone = std::move(item->value);
+        m_items.erase(m_items.begin() + (item - m_items.data()));
+    }
     return S_OK;
 }
 
 HRESULT AttributeStore::deleteAllItems()
 {
+    std::vector<Item> gone;
     const std::lock_guard lock(m_mutex);
-    m_items.clear();
+    m_items.swap(gone);
     return S_OK;
 }
 
@@ -381,18 +319,35 @@ HRESULT AttributeStore::getItemByIndex(UINT32 index, GUID *key, PROPVARIANT *val
     return value ? PropVariantCopy(value, &m_items[index].value.raw()) : S_OK;
 }
 
+// The copy is made before the destination is touched, so that two stores may be copied to each other at a time.
 HRESULT AttributeStore::copyAllItems(IMFAttributes *destination) const
 {
     if (!destination)
         return E_INVALIDARG;
-    const std::lock_guard lock(m_mutex);
-    HRESULT hr = destination->DeleteAllItems();
-    for (const Item &item : m_items) {
+    std::vector<Item> items;
+    HRESULT hr = copyItems(items);
+    if (SUCCEEDED(hr))
+        hr = destination->DeleteAllItems();
+    for (const Item &item : items) {
         if (FAILED(hr))
             break;
         hr = destination->SetItem(item.key, item.value.raw());
     }
     return hr;
+}
+
+HRESULT AttributeStore::copyItems(std::vector<Item> &items) const
+{
+    const std::lock_guard lock(m_mutex);
+    items.reserve(m_items.size());
+    for (const Item &item : m_items) {
+        Value copy;
+        const HRESULT hr = PropVariantCopy(&copy.raw(), &item.value.raw());
+        if (FAILED(hr))
+            return hr;
+        items.push_back({item.key, std::move(copy)});
+    }
+    return S_OK;
 }
 
 namespace

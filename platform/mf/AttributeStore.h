@@ -8,6 +8,7 @@
 #include <propidl.h>
 
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace winmedia
@@ -42,7 +43,6 @@ public:
     HRESULT getItem(REFGUID key, PROPVARIANT *value) const;
     HRESULT getItemType(REFGUID key, MF_ATTRIBUTE_TYPE *type) const;
     HRESULT compareItem(REFGUID key, REFPROPVARIANT value, BOOL *result) const;
-    HRESULT compare(IMFAttributes *mine, IMFAttributes *theirs, MF_ATTRIBUTES_MATCH_TYPE match, BOOL *result) const;
     HRESULT getUINT32(REFGUID key, UINT32 *value) const;
     HRESULT getUINT64(REFGUID key, UINT64 *value) const;
     HRESULT getDouble(REFGUID key, double *value) const;
@@ -71,13 +71,20 @@ private:
         Value value;
     };
 
+    // With m_mutex held.
     const Item *find(REFGUID key) const;
-    HRESULT find(REFGUID key, VARTYPE type, const PROPVARIANT **value) const;
+    Item *find(REFGUID key);
+
+    // Calls `use` with the value under the lock, if it is there and of that type.
+    template <typename Use>
+    HRESULT read(REFGUID key, VARTYPE type, const Use &use) const;
+    HRESULT copyItems(std::vector<Item> &items) const;
 
     mutable std::recursive_mutex m_mutex;
-    std::vector<Item> m_items;
+    std::vector<Item> m_items; // guarded by m_mutex
 };
 
+// IMFAttributes::Compare() of any two stores.
 HRESULT compareStores(IMFAttributes *mine, IMFAttributes *theirs, MF_ATTRIBUTES_MATCH_TYPE match, BOOL *result);
 
 // A COM object whose first interface is IMFAttributes or derives from it.

@@ -4,8 +4,6 @@
 #include <mferror.h>
 #include <mfidl.h>
 
-#include <array>
-
 namespace winmedia
 {
 
@@ -30,6 +28,7 @@ public:
     {
         if (!type || !flags)
             return E_INVALIDARG;
+
         *flags = 0;
         GUID myMajorType = GUID_NULL;
         GUID theirMajorType = GUID_NULL;
@@ -39,8 +38,7 @@ public:
             *flags |= MF_MEDIATYPE_EQUAL_MAJOR_TYPES;
         if (isSameGuid(type, MF_MT_SUBTYPE))
             *flags |= MF_MEDIATYPE_EQUAL_FORMAT_TYPES;
-        BOOL same = FALSE;
-        if (SUCCEEDED(Compare(type, MF_ATTRIBUTES_MATCH_INTERSECTION, &same)) && same)
+        if (hasSameFormatData(type))
             *flags |= MF_MEDIATYPE_EQUAL_FORMAT_DATA;
         if (hasSameUserData(type))
             *flags |= MF_MEDIATYPE_EQUAL_FORMAT_USER_DATA;
@@ -49,10 +47,38 @@ public:
         return *flags == all ? S_OK : S_FALSE;
     }
 
-    STDMETHODIMP GetRepresentation(GUID, void **) override { return E_NOTIMPL; }
-    STDMETHODIMP FreeRepresentation(GUID, void *) override { return E_NOTIMPL; }
+    STDMETHODIMP GetRepresentation(GUID representation, void **) override { return represent(representation); }
+    STDMETHODIMP FreeRepresentation(GUID representation, void *) override { return represent(representation); }
 
 private:
+    static HRESULT represent(REFGUID representation)
+    {
+        return IsEqualGUID(representation, AM_MEDIA_TYPE_REPRESENTATION) ? E_NOTIMPL : MF_E_UNSUPPORTED_REPRESENTATION;
+    }
+
+    // Whether all items of the type with fewer of them stand in the other, but for those that have a flag of their own
+    // or describe a range.
+    bool hasSameFormatData(IMFAttributes *other)
+    {
+        Ref<IMFAttributes> mine;
+        Ref<IMFAttributes> theirs;
+        BOOL same = FALSE;
+        return SUCCEEDED(copyFormatData(this, mine)) && SUCCEEDED(copyFormatData(other, theirs)) &&
+               SUCCEEDED(mine->Compare(theirs.get(), MF_ATTRIBUTES_MATCH_SMALLER, &same)) && same;
+    }
+
+    static HRESULT copyFormatData(IMFAttributes *type, Ref<IMFAttributes> &copy)
+    {
+        HRESULT hr = MFCreateAttributes(copy.put(), 0);
+        if (SUCCEEDED(hr))
+            hr = type->CopyAllItems(copy.get());
+        if (FAILED(hr))
+            return hr;
+        for (const GUID &key : {MF_MT_USER_DATA, MF_MT_FRAME_RATE_RANGE_MIN, MF_MT_FRAME_RATE_RANGE_MAX})
+            copy->DeleteItem(key);
+        return S_OK;
+    }
+
     bool isSameGuid(IMFAttributes *other, REFGUID key)
     {
         GUID mine = GUID_NULL;
@@ -91,8 +117,8 @@ BOOL WINAPI MFCompareFullToPartialMediaType(IMFMediaType *fullType, IMFMediaType
 {
     GUID fullMajorType = GUID_NULL;
     GUID partialMajorType = GUID_NULL;
-    if (FAILED(fullType->GetMajorType(&fullMajorType)) || FAILED(partialType->GetMajorType(&partialMajorType)) ||
-        !IsEqualGUID(fullMajorType, partialMajorType))
+    if (!fullType || !partialType || FAILED(fullType->GetMajorType(&fullMajorType)) ||
+        FAILED(partialType->GetMajorType(&partialMajorType)) || !IsEqualGUID(fullMajorType, partialMajorType))
         return FALSE;
     BOOL same = FALSE;
     return SUCCEEDED(partialType->Compare(fullType, MF_ATTRIBUTES_MATCH_OUR_ITEMS, &same)) && same;

@@ -57,18 +57,12 @@ HRESULT MediaTypeHandler::GetCurrentMediaType(IMFMediaType **type)
 
 HRESULT MediaTypeHandler::GetMajorType(GUID *majorType)
 {
+    if (!majorType)
+        return E_POINTER;
     const std::lock_guard lock(m_mutex);
     if (m_current)
         return m_current->GetGUID(MF_MT_MAJOR_TYPE, majorType);
-    return m_types.empty() ? MF_E_ATTRIBUTENOTFOUND : m_types.front()->GetGUID(MF_MT_MAJOR_TYPE, majorType);
+    return m_types.front()->GetGUID(MF_MT_MAJOR_TYPE, majorType);
 }
 
 } // namespace winmedia
-
-HRESULT WINAPI MFCreateSimpleTypeHandler(IMFMediaTypeHandler **handler)
-{
-    if (!handler)
-        return E_POINTER;
-    *handler = winmedia::createObject<winmedia::MediaTypeHandler>(std::vector<winmedia::Ref<IMFMediaType>>()).detach();
-    return *handler ? S_OK : E_OUTOFMEMORY;
-}

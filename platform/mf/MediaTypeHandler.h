@@ -10,7 +10,7 @@
 namespace winmedia
 {
 
-// The type handler of a stream descriptor: any of the types it was given, or none given and then any of its major type.
+// The type handler of a stream descriptor: offers the types it was given, and is used with any one of them.
 class MediaTypeHandler : public ComObject<IMFMediaTypeHandler>
 {
 public:
