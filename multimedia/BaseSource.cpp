@@ -78,8 +78,11 @@ public:
         const HRESULT hr = MFCreateAsyncResult(nullptr, nullptr, operation, &result);
         if (FAILED(hr))
             return hr;
-        return operations.push(
-            [reference = CComPtr<IMFMediaSource>(source), source, hook, result] { return (source->*hook)(result); });
+        return operations.push([reference = CComPtr<IMFMediaSource>(source), source, hook, result] {
+            // What waited when the source was shut down has nothing left to do.
+            const HRESULT done = (source->*hook)(result);
+            return done == MF_E_SHUTDOWN ? S_OK : done;
+        });
     }
 
     const DWORD characteristics;

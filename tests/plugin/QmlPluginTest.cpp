@@ -39,11 +39,13 @@ TEST(QmlPlugin, RegistersNothingWhenTheRuntimeDoesNotStart)
                 failures += log.count(QtCriticalMsg, generalLog, "Failed to initialize NDI library") != 1;
                 failures += log.lines().size() != 1;
             }
-            QQmlEngine engine;
-            for (const char *document :
-                 {"import Test.Refused 1.0\nNDISource {}",
-                  "import QtQml 2.15\nimport Test.Refused 1.0\nQtObject { property var i: NDI.inputs }"})
-                failures += create(engine, document) != nullptr;
+            {
+                QQmlEngine engine;
+                for (const char *document :
+                     {"import Test.Refused 1.0\nNDISource {}",
+                      "import QtQml 2.15\nimport Test.Refused 1.0\nQtObject { property var i: NDI.inputs }"})
+                    failures += create(engine, document) != nullptr;
+            }
             std::exit(failures == 0 && ScriptedNdi::instance().calls().destroyed == 0 ? 0 : 1);
         },
         testing::ExitedWithCode(0), "");
