@@ -1,63 +1,74 @@
 #pragma once
 
+#include "platform/com/AlignedMemory.h"
 #include "platform/com/ComObject.h"
 #include "platform/mf/ImageFormats.h"
 
 #include <d3d11.h>
-
-#include <cstdlib>
-#include <memory>
+#include <dxgi.h>
 
 namespace winmedia
 {
 
-// A texture in system memory: one picture of one mip level, all planes one behind the other at the same pitch.
-class Texture2D : public ComObject<ID3D11Texture2D>
+// The format as media buffers name it; null if there are no textures of it.
+const ImageFormat *findTextureFormat(DXGI_FORMAT format);
+
+// Textures in system memory: slices of one mip level each, in a slice all planes one behind the other at the same
+// pitch. A texture with one slice is a DXGI surface too.
+class Texture2D final : public ComObject<ID3D11Texture2D, IDXGISurface>
 {
 public:
-    struct Free {
-        void operator()(BYTE *block) const { std::free(block); }
-    };
-    using Memory = std::unique_ptr<BYTE, Free>;
+    // Null if the object is no texture of this library.
+    static Ref<Texture2D> of(IUnknown *object);
+    // `data` is null or has one entry for each slice. The description has been checked.
+    static HRESULT create(ID3D11Device *device, const D3D11_TEXTURE2D_DESC &description,
+                          const D3D11_SUBRESOURCE_DATA *data, ID3D11Texture2D **texture);
 
-    Texture2D(ID3D11Device *device, const D3D11_TEXTURE2D_DESC &description, Memory memory, UINT pitch)
-        : m_device(device), m_description(description), m_memory(std::move(memory)), m_pitch(pitch)
-    {
-    }
+    Texture2D(ID3D11Device *device, const D3D11_TEXTURE2D_DESC &description, const ImageFormat &format, UINT pitch,
+              AlignedMemory memory);
 
+    // ID3D11DeviceChild and IDXGIObject
     STDMETHODIMP_(void) GetDevice(ID3D11Device **device) override { m_device.copyTo(device); }
     STDMETHODIMP GetPrivateData(REFGUID, UINT *, void *) override { return E_NOTIMPL; }
     STDMETHODIMP SetPrivateData(REFGUID, UINT, const void *) override { return E_NOTIMPL; }
     STDMETHODIMP SetPrivateDataInterface(REFGUID, const IUnknown *) override { return E_NOTIMPL; }
-    STDMETHODIMP_(void) GetType(D3D11_RESOURCE_DIMENSION *dimension) override
-    {
-        *dimension = D3D11_RESOURCE_DIMENSION_TEXTURE2D;
-    }
+    STDMETHODIMP GetParent(REFIID, void **) override { return E_NOTIMPL; }
+    // ID3D11Resource
+    STDMETHODIMP_(void) GetType(D3D11_RESOURCE_DIMENSION *dimension) override;
     STDMETHODIMP_(void) SetEvictionPriority(UINT) override {}
     STDMETHODIMP_(UINT) GetEvictionPriority() override { return 0; }
+    // ID3D11Texture2D
     STDMETHODIMP_(void) GetDesc(D3D11_TEXTURE2D_DESC *description) override { *description = m_description; }
+    // IDXGIDeviceSubObject
+    STDMETHODIMP GetDevice(REFIID iid, void **device) override { return m_device->QueryInterface(iid, device); }
+    // IDXGISurface
+    STDMETHODIMP GetDesc(DXGI_SURFACE_DESC *description) override;
+    STDMETHODIMP Map(DXGI_MAPPED_RECT *mapped, UINT flags) override;
+    STDMETHODIMP Unmap() override { return S_OK; }
 
-    BYTE *memory() const { return m_memory.get(); }
+    const D3D11_TEXTURE2D_DESC &description() const { return m_description; }
+    const ImageShape &shape() const { return m_shape; }
     UINT pitch() const { return m_pitch; }
+    size_t sliceSize() const { return m_shape.sizeAt(m_pitch); }
+    BYTE *slice(UINT index) const { return m_memory.get() + index * sliceSize(); }
+
+    bool allows(D3D11_MAP kind) const;
+    // Copies a part of a picture of the same format, whose first plane has `height` lines, to (x, y) in a slice. Null
+    // is the whole. What does not fit, or cuts through pixels that share chroma, is not copied at all.
+    void write(UINT slice, UINT x, UINT y, const BYTE *picture, UINT picturePitch, UINT height, const D3D11_BOX &part);
 
 protected:
-    void *findInterface(REFIID iid) override
-    {
-        if (IsEqualIID(iid, __uuidof(ID3D11Resource)))
-            return static_cast<ID3D11Resource *>(this);
-        if (IsEqualIID(iid, __uuidof(ID3D11DeviceChild)))
-            return static_cast<ID3D11DeviceChild *>(this);
-        return ComObject::findInterface(iid);
-    }
+    void *findInterface(REFIID iid) override;
 
 private:
+    bool holds(UINT x, UINT y, UINT width, UINT height) const;
+
     const Ref<ID3D11Device> m_device;
     const D3D11_TEXTURE2D_DESC m_description;
-    const Memory m_memory;
+    const ImageFormat &m_format;
+    const ImageShape m_shape;
     const UINT m_pitch; // bytes
+    const AlignedMemory m_memory;
 };
-
-// The format as media buffers name it, or null.
-const ImageFormat *findTextureFormat(DXGI_FORMAT format);
 
 } // namespace winmedia

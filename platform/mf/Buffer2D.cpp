@@ -5,33 +5,30 @@
 #include <mfapi.h>
 #include <mferror.h>
 
-#include <cstdlib>
-
 namespace winmedia
 {
 
 namespace
 {
 
-constexpr UINT32 pitchAlignment = 64; // bytes: lines begin on cache lines
-constexpr UINT32 maxSide = 32768;     // pixels
+constexpr UINT32 maxSide = 32768; // pixels
 
-struct Free {
-    void operator()(BYTE *block) const { std::free(block); }
-};
-using Memory = std::unique_ptr<BYTE, Free>;
+// Every line begins on a cache line of 64 bytes, also where a plane has half the pitch of the first.
+size_t pitchAlignment(const ImageFormat &format)
+{
+    return format.chroma == Chroma::TwoPlanes ? 128 : 64;
+}
 
 class Buffer2D : public PictureBuffer
 {
 public:
-    Buffer2D(Memory memory, UINT32 pitch, bool bottomUp, UINT32 bytes, UINT32 lines, UINT32 firstPlaneLines)
-        : PictureBuffer({memory.get(), static_cast<LONG>(pitch), bottomUp}, bytes, lines, firstPlaneLines),
-          m_bytes(std::move(memory))
+    Buffer2D(AlignedMemory memory, UINT32 pitch, bool bottomUp, const ImageShape &shape)
+        : PictureBuffer({memory.get(), pitch, bottomUp, false}, shape), m_bytes(std::move(memory))
     {
     }
 
 private:
-    const Memory m_bytes;
+    const AlignedMemory m_bytes;
 };
 
 } // namespace
@@ -49,13 +46,16 @@ HRESULT WINAPI MFCreate2DMediaBuffer(DWORD width, DWORD height, DWORD fourcc, BO
         return MF_E_INVALIDMEDIATYPE;
     if (width == 0 || height == 0 || width > maxSide || height > maxSide)
         return E_INVALIDARG;
-    const UINT32 bytes = lineBytes(*format, width);
-    const UINT32 pitch = (bytes + pitchAlignment - 1) / pitchAlignment * pitchAlignment;
-    const UINT32 lines = totalLines(*format, height);
-    const size_t size = static_cast<size_t>(pitch) * lines;
-    Memory memory(static_cast<BYTE *>(std::aligned_alloc(pitchAlignment, size)));
+    // Planes behind the first have no place in a picture that is upside down.
+    if (bottomUp && format->chroma != Chroma::None)
+        return E_INVALIDARG;
+    const ImageShape shape(*format, width, height);
+    const auto pitch = static_cast<UINT32>(roundUp(shape.lineBytes(), pitchAlignment(*format)));
+    if (shape.sizeAt(pitch) > INT32_MAX)
+        return E_OUTOFMEMORY;
+    AlignedMemory memory = allocateAligned(shape.sizeAt(pitch), 64);
     if (!memory)
         return E_OUTOFMEMORY;
-    *buffer = createObject<Buffer2D>(std::move(memory), pitch, bottomUp != FALSE, bytes, lines, height).detach();
+    *buffer = createObject<Buffer2D>(std::move(memory), pitch, bottomUp != FALSE, shape).detach();
     return *buffer ? S_OK : E_OUTOFMEMORY;
 }

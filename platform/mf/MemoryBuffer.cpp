@@ -1,3 +1,4 @@
+#include "platform/com/AlignedMemory.h"
 #include "platform/com/ComObject.h"
 
 #include <mfapi.h>
@@ -5,8 +6,6 @@
 #include <mfobjects.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <memory>
 
 namespace winmedia
 {
@@ -14,14 +13,10 @@ namespace winmedia
 namespace
 {
 
-struct Free {
-    void operator()(BYTE *block) const { std::free(block); }
-};
-
 class MemoryBuffer : public ComObject<IMFMediaBuffer>
 {
 public:
-    MemoryBuffer(std::unique_ptr<BYTE, Free> bytes, DWORD size) : m_bytes(std::move(bytes)), m_size(size) {}
+    MemoryBuffer(AlignedMemory bytes, DWORD size) : m_bytes(std::move(bytes)), m_size(size) {}
 
     STDMETHODIMP Lock(BYTE **buffer, DWORD *maxLength, DWORD *currentLength) override
     {
@@ -58,7 +53,7 @@ public:
     }
 
 private:
-    const std::unique_ptr<BYTE, Free> m_bytes;
+    const AlignedMemory m_bytes;
     const DWORD m_size;
     std::atomic<DWORD> m_length{0};
 };
@@ -75,9 +70,7 @@ HRESULT WINAPI MFCreateAlignedMemoryBuffer(DWORD size, DWORD alignment, IMFMedia
     // `alignment` is a mask such as MF_16_BYTE_ALIGNMENT (15); 64 bytes at least, so that whole cache lines are copied.
     if (alignment & (alignment + 1))
         return E_INVALIDARG;
-    const size_t boundary = alignment < 63 ? 64 : static_cast<size_t>(alignment) + 1;
-    const size_t rounded = (static_cast<size_t>(size) + boundary - 1) / boundary * boundary;
-    std::unique_ptr<BYTE, Free> bytes(static_cast<BYTE *>(std::aligned_alloc(boundary, rounded ? rounded : boundary)));
+    AlignedMemory bytes = allocateAligned(size, alignment < 63 ? 64 : static_cast<size_t>(alignment) + 1);
     if (!bytes)
         return E_OUTOFMEMORY;
     *buffer = createObject<MemoryBuffer>(std::move(bytes), size).detach();

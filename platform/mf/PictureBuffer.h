@@ -1,26 +1,26 @@
 #pragma once
 
+#include "platform/com/AlignedMemory.h"
 #include "platform/com/ComObject.h"
 #include "platform/mf/ImageFormats.h"
 
 #include <mfobjects.h>
 
-#include <memory>
 #include <mutex>
 
 namespace winmedia
 {
 
-// Where a picture lies: the lowest address of its memory, the distance between lines there, and whether the line at the
-// lowest address is the picture's bottom line.
+// Where a picture lies.
 struct PictureMemory {
     BYTE *lowest = nullptr;
-    LONG pitch = 0; // above 0
-    bool bottomUp = false;
+    UINT32 pitch = 0;            // between lines of the first plane
+    bool bottomUp = false;       // the line at the lowest address is the picture's bottom line; one plane only
+    bool reversedPacked = false; // Lock() shows the lines in reverse order; one plane only
 };
 
-// A media buffer that holds one picture line by line. Lock() shows it as one run of packed lines in memory order, which
-// Unlock() copies back; Lock2D() shows the lines where they are. One kind of lock at a time, as often as wanted.
+// A media buffer that holds one picture line by line. Lock() shows it as one run of packed lines, which Unlock() copies
+// back; Lock2D() shows the lines where they are. One kind of lock at a time, as often as wanted.
 class PictureBuffer : public ComObject<IMFMediaBuffer, IMF2DBuffer2>
 {
 public:
@@ -43,26 +43,29 @@ public:
     STDMETHODIMP Copy2DTo(IMF2DBuffer2 *destination) override;
 
 protected:
-    // `lineBytes` and `lines` describe the packed picture, all planes together.
-    PictureBuffer(const PictureMemory &memory, UINT32 lineBytes, UINT32 lines, UINT32 firstPlaneLines);
+    PictureBuffer(const PictureMemory &memory, const ImageShape &shape) : m_memory(memory), m_shape(shape) {}
 
     void *findInterface(REFIID iid) override;
 
 private:
     BYTE *scanline0() const;
-    LONG signedPitch() const { return m_memory.bottomUp ? -m_memory.pitch : m_memory.pitch; }
-    DWORD packedLength() const { return m_lineBytes * m_lines; }
+    LONG signedPitch() const;
+    DWORD packedLength() const { return static_cast<DWORD>(m_shape.packedSize()); }
+    // Memory and packed picture are the same bytes.
+    bool isPacked() const { return m_shape.isPackedAt(m_memory.pitch) && !m_memory.reversedPacked; }
+    void pack(BYTE *packed) const;
+    void unpack(const BYTE *packed);
+    HRESULT lock2D(DWORD access, BYTE **scanline0, LONG *pitch);
 
     const PictureMemory m_memory;
-    const UINT32 m_lineBytes;
-    const UINT32 m_lines;
-    const UINT32 m_firstPlaneLines;
+    const ImageShape m_shape;
 
     std::mutex m_mutex; // guards everything below
     DWORD m_length = 0;
     unsigned m_locks = 0;
     unsigned m_locks2D = 0;
-    std::unique_ptr<BYTE[]> m_packed; // while Lock() is held
+    DWORD m_access = 0;   // of the first of the 2D locks: MF2DBuffer_LockFlags
+    AlignedMemory m_copy; // the packed picture for Lock(); kept for the next time
 };
 
 } // namespace winmedia

@@ -6,6 +6,7 @@
 #include <mfapi.h>
 #include <mferror.h>
 
+#include <cstring>
 #include <map>
 
 namespace winmedia
@@ -15,16 +16,15 @@ namespace
 {
 
 struct GuidLess {
-    bool operator()(const GUID &left, const GUID &right) const { return memcmp(&left, &right, sizeof(GUID)) < 0; }
+    bool operator()(const GUID &left, const GUID &right) const { return std::memcmp(&left, &right, sizeof(GUID)) < 0; }
 };
 
 class SurfaceBuffer : public PictureBuffer, public IMFDXGIBuffer
 {
 public:
-    SurfaceBuffer(Ref<Texture2D> texture, bool bottomUp, UINT32 bytes, UINT32 lines, UINT32 firstPlaneLines)
-        : PictureBuffer({texture->memory(), static_cast<LONG>(texture->pitch()), bottomUp}, bytes, lines,
-                        firstPlaneLines),
-          m_texture(std::move(texture))
+    SurfaceBuffer(const Ref<Texture2D> &texture, UINT slice, bool bottomUp)
+        : PictureBuffer({texture->slice(slice), texture->pitch(), false, bottomUp}, texture->shape()),
+          m_texture(texture), m_slice(slice)
     {
     }
 
@@ -37,7 +37,7 @@ public:
     {
         if (!index)
             return E_POINTER;
-        *index = 0;
+        *index = m_slice;
         return S_OK;
     }
     STDMETHODIMP GetUnknown(REFGUID key, REFIID iid, void **out) override
@@ -64,6 +64,7 @@ protected:
 
 private:
     const Ref<Texture2D> m_texture;
+    const UINT m_slice;
     std::mutex m_attachedMutex;
     std::map<GUID, Ref<IUnknown>, GuidLess> m_attached; // guarded by m_attachedMutex
 };
@@ -76,19 +77,13 @@ HRESULT WINAPI MFCreateDXGISurfaceBuffer(REFIID iid, IUnknown *surface, UINT sub
                                          IMFMediaBuffer **buffer)
 {
     using namespace winmedia;
-    if (!buffer || !surface || subresource != 0 || !IsEqualIID(iid, __uuidof(ID3D11Texture2D)))
+    if (!buffer || !IsEqualIID(iid, __uuidof(ID3D11Texture2D)))
         return E_INVALIDARG;
-    Ref<ID3D11Texture2D> face;
-    const HRESULT hr = surface->QueryInterface(__uuidof(ID3D11Texture2D), reinterpret_cast<void **>(face.put()));
-    if (FAILED(hr))
+    const Ref<Texture2D> texture = Texture2D::of(surface);
+    if (!texture || subresource >= texture->description().ArraySize)
         return E_INVALIDARG;
-    // Every texture of this process is one of this device's.
-    Ref<Texture2D> texture(static_cast<Texture2D *>(face.get()));
-    D3D11_TEXTURE2D_DESC description;
-    texture->GetDesc(&description);
-    const ImageFormat *const format = findTextureFormat(description.Format);
-    *buffer = createObject<SurfaceBuffer>(std::move(texture), bottomUp != FALSE, lineBytes(*format, description.Width),
-                                          totalLines(*format, description.Height), description.Height)
-                  .detach();
+    // Only pictures of one plane can be turned over.
+    const bool turned = bottomUp && texture->shape().planeCount() == 1;
+    *buffer = createObject<SurfaceBuffer>(texture, subresource, turned).detach();
     return *buffer ? S_OK : E_OUTOFMEMORY;
 }
