@@ -1,5 +1,6 @@
 #include "tests/platform/AsyncSupport.h"
 
+#include <string>
 #include <thread>
 
 using AsyncResult = StartedPlatform;
@@ -67,15 +68,21 @@ TEST_F(AsyncResult, InvokeCallbackUsesTheQueueThatTheCallbackAsksFor)
 {
     DWORD queue = 0;
     ASSERT_EQ(MFAllocateWorkQueue(&queue), S_OK);
-    Record<std::thread::id> threads;
-    const auto direct = makeCallback([&](IMFAsyncResult *) { threads.add(std::this_thread::get_id()); });
-    ASSERT_EQ(MFPutWorkItem(queue, direct, nullptr), S_OK);
-    ASSERT_TRUE(threads.waitFor(1));
-    const auto asking = makeCallback([&](IMFAsyncResult *) { threads.add(std::this_thread::get_id()); }, queue);
+    Gate gate;
+    Record<std::string> order;
+    ASSERT_EQ(MFPutWorkItem(queue, makeCallback([&](IMFAsyncResult *) {
+                                gate.wait();
+                                order.add("free");
+                            }),
+                            nullptr),
+              S_OK);
+    const auto callback = makeCallback([&](IMFAsyncResult *) { order.add("invoked"); }, queue);
     CComPtr<IMFAsyncResult> result;
-    ASSERT_EQ(MFCreateAsyncResult(nullptr, asking, nullptr, &result), S_OK);
+    ASSERT_EQ(MFCreateAsyncResult(nullptr, callback, nullptr, &result), S_OK);
     ASSERT_EQ(MFInvokeCallback(result), S_OK);
-    ASSERT_TRUE(threads.waitFor(2));
-    EXPECT_EQ(threads.entries()[0], threads.entries()[1]);
+    ASSERT_TRUE(drain(MFASYNC_CALLBACK_QUEUE_STANDARD)); // where it would have been invoked else
+    gate.open();
+    ASSERT_TRUE(order.waitFor(2));
+    EXPECT_EQ(order.entries(), (std::vector<std::string>{"free", "invoked"}));
     EXPECT_EQ(MFUnlockWorkQueue(queue), S_OK);
 }

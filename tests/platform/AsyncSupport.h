@@ -16,6 +16,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -151,6 +152,15 @@ inline CComPtr<Callback> makeCallback(Callback::Function function, DWORD workQue
                                       std::function<void()> atEnd = {})
 {
     return CComPtr<Callback>(new Callback(std::move(function), workQueue, std::move(atEnd)));
+}
+
+// Whether everything that waited on a queue with one thread has run.
+inline bool drain(DWORD workQueue)
+{
+    const auto reached = std::make_shared<Gate>();
+    return SUCCEEDED(
+               MFPutWorkItem(workQueue, makeCallback([reached](IMFAsyncResult *) { reached->open(); }), nullptr)) &&
+           reached->wait();
 }
 
 // An object to pass around: state of operations, element of collections.

@@ -1,7 +1,5 @@
 #include "tests/platform/AsyncSupport.h"
 
-#include <algorithm>
-
 using ScheduledWorkItem = StartedPlatform;
 using Clock = std::chrono::steady_clock;
 
@@ -63,14 +61,4 @@ TEST_F(ScheduledWorkItem, CancellingFindsNothing_WhenTheItemIsGone)
     EXPECT_EQ(MFCancelWorkItem(key), S_OK);
     EXPECT_EQ(MFCancelWorkItem(key), MF_E_NOT_FOUND);
     EXPECT_EQ(MFCancelWorkItem(key + 1000), MF_E_NOT_FOUND);
-}
-
-TEST_F(ScheduledWorkItem, CancellingReleasesTheCallback)
-{
-    Record<int> ends;
-    MFWORKITEM_KEY key = 0;
-    ASSERT_EQ(MFScheduleWorkItem(makeCallback([](IMFAsyncResult *) {}, 0, [&] { ends.add(1); }), nullptr, -60000, &key),
-              S_OK);
-    ASSERT_EQ(MFCancelWorkItem(key), S_OK);
-    EXPECT_TRUE(ends.waitFor(1));
 }
