@@ -5,32 +5,33 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace host
 {
 
-// Runs functions on the thread of one QObject, from any thread and for as long as the object wants it. Whoever calls
-// holds the caller by shared pointer; the object closes it before it goes.
+// Runs functions on the thread it was made on, from any thread and for as long as its owner wants it. Whoever calls
+// holds the caller by shared pointer; the owner closes it, on that thread, before it goes.
 class ObjectCaller
 {
 public:
-    explicit ObjectCaller(QObject *target) : m_target(target) {}
+    ObjectCaller();
+    ObjectCaller(const ObjectCaller &) = delete;
+    ObjectCaller &operator=(const ObjectCaller &) = delete;
+    ~ObjectCaller();
 
-    void call(std::function<void()> function)
-    {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        if (m_target)
-            QMetaObject::invokeMethod(m_target, std::move(function), Qt::QueuedConnection);
-    }
-    void close()
-    {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        m_target = nullptr;
-    }
+    // In the order of the calls; what is waiting when the caller is closed is dropped.
+    void call(std::function<void()> function);
+    void close();
 
 private:
+    class Bell;
+
+    void runAll();
+
     std::mutex m_lock;
-    QObject *m_target; // guarded by m_lock; null once closed
+    std::unique_ptr<Bell> m_bell;                   // guarded by m_lock; null once closed
+    std::vector<std::function<void()>> m_functions; // guarded by m_lock
 };
 
 } // namespace host

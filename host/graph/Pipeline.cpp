@@ -50,7 +50,7 @@ bool hasLinks(const MediaNode *node)
 
 } // namespace
 
-Pipeline::Pipeline(QObject *parent) : QObject(parent), m_caller(std::make_shared<ObjectCaller>(this))
+Pipeline::Pipeline(QObject *parent) : QObject(parent), m_caller(std::make_shared<ObjectCaller>())
 {
     m_clockStart.setSingleShot(true);
     connect(&m_clockStart, &QTimer::timeout, this, [this] {
