@@ -10,10 +10,10 @@ fail() {
 }
 
 # What each group of Debian packages is for.
-build_packages=(g++ cmake ninja-build ccache libwine-dev qtbase5-dev qtdeclarative5-dev libboost-dev libyuv-dev)
-build_reason="compiler, build tools, Qt 5, the Windows interface headers, Boost and libyuv"
-test_packages=(libgtest-dev libgmock-dev)
-test_reason="GoogleTest"
+# One build folder serves both commands, so it is configured with the tests from the first.
+build_packages=(g++ cmake ninja-build ccache libwine-dev qtbase5-dev qtdeclarative5-dev libboost-dev libyuv-dev
+    libgtest-dev libgmock-dev)
+build_reason="compiler, build tools, Qt 5, the Windows interface headers, Boost, libyuv and GoogleTest"
 lint_packages=(clang-format clang-tidy)
 lint_reason="formatting and static checks"
 
