@@ -1,0 +1,47 @@
+#include "tests/platform/DataSupport.h"
+
+#include <thread>
+
+namespace
+{
+
+constexpr int rounds = 2000;
+constexpr GUID key = {0x21, 0, 0, {0x78, 0, 0, 0, 0, 0, 0, 1}};
+constexpr GUID otherKey = {0x22, 0, 0, {0x78, 0, 0, 0, 0, 0, 0, 1}};
+
+CComPtr<IMFAttributes> emptyStore()
+{
+    CComPtr<IMFAttributes> store;
+    EXPECT_EQ(MFCreateAttributes(&store, 0), S_OK);
+    return store;
+}
+
+class AttributesOnThreadsNative : public StartedPlatform
+{
+};
+
+} // namespace
+
+TEST_F(AttributesOnThreadsNative, AreComparedAndCopiedBothWaysAtATime)
+{
+    const auto left = emptyStore();
+    const auto right = emptyStore();
+    for (const auto &store : {left, right})
+        for (const GUID &each : {key, otherKey})
+            store->SetUINT32(each, 1);
+    const auto work = [](const CComPtr<IMFAttributes> &mine, const CComPtr<IMFAttributes> &theirs) {
+        for (int round = 0; round < rounds; ++round) {
+            BOOL same = FALSE;
+            mine->Compare(theirs, MF_ATTRIBUTES_MATCH_INTERSECTION, &same);
+            if (round % 8 == 0)
+                mine->CopyAllItems(theirs);
+        }
+    };
+    std::thread thread(work, right, left);
+    work(left, right);
+    thread.join();
+    BOOL same = FALSE;
+    EXPECT_EQ(left->CopyAllItems(right), S_OK);
+    EXPECT_EQ(left->Compare(right, MF_ATTRIBUTES_MATCH_ALL_ITEMS, &same), S_OK);
+    EXPECT_TRUE(same);
+}

@@ -1,0 +1,269 @@
+#include "tests/platform/DataSupport.h"
+
+#include <d3d9types.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace
+{
+
+constexpr DWORD fourCC(const char (&text)[5])
+{
+    return static_cast<DWORD>(text[0]) | static_cast<DWORD>(text[1]) << 8 | static_cast<DWORD>(text[2]) << 16 |
+           static_cast<DWORD>(text[3]) << 24;
+}
+
+CComPtr<IMF2DBuffer2> picture(DWORD width, DWORD height, DWORD format, bool bottomUp = false)
+{
+    CComPtr<IMFMediaBuffer> buffer;
+    EXPECT_EQ(MFCreate2DMediaBuffer(width, height, format, bottomUp, &buffer), S_OK);
+    return buffer ? faceOf<IMF2DBuffer2>(buffer) : CComPtr<IMF2DBuffer2>();
+}
+
+CComPtr<IMF2DBuffer2> rgbPicture(bool bottomUp = false)
+{
+    return picture(6, 4, D3DFMT_X8R8G8B8, bottomUp);
+}
+
+// One lock for as long as it lives.
+class Lines
+{
+public:
+    explicit Lines(IMF2DBuffer *buffer) : m_buffer(buffer) { EXPECT_EQ(buffer->Lock2D(&m_first, &m_pitch), S_OK); }
+    Lines(const Lines &) = delete;
+    Lines &operator=(const Lines &) = delete;
+    ~Lines() { EXPECT_EQ(m_buffer->Unlock2D(), S_OK); }
+
+    BYTE *first() const { return m_first; }
+    BYTE *line(int index) const { return m_first + static_cast<ptrdiff_t>(m_pitch) * index; }
+    LONG pitch() const { return m_pitch; }
+
+private:
+    const CComPtr<IMF2DBuffer> m_buffer;
+    BYTE *m_first = nullptr;
+    LONG m_pitch = 0;
+};
+
+Bytes contiguousContent(IMF2DBuffer *buffer)
+{
+    DWORD length = 0;
+    EXPECT_EQ(buffer->GetContiguousLength(&length), S_OK);
+    Bytes content(length);
+    EXPECT_EQ(buffer->ContiguousCopyTo(content.data(), length), S_OK);
+    return content;
+}
+
+class PictureBuffer : public StartedPlatform
+{
+};
+
+} // namespace
+
+TEST_F(PictureBuffer, AnswersItsThreeInterfaces)
+{
+    const auto buffer = rgbPicture();
+    EXPECT_TRUE(faceOf<IMFMediaBuffer>(buffer));
+    EXPECT_TRUE(faceOf<IMF2DBuffer>(buffer));
+    EXPECT_TRUE(isSameObject(buffer.p, faceOf<IMFMediaBuffer>(buffer)));
+}
+
+TEST_F(PictureBuffer, IsNotMadeOfAnUnknownFormat)
+{
+    CComPtr<IMFMediaBuffer> buffer;
+    EXPECT_EQ(MFCreate2DMediaBuffer(16, 16, fourCC("ABCD"), FALSE, &buffer), MF_E_INVALIDMEDIATYPE);
+    EXPECT_FALSE(buffer);
+}
+
+TEST_F(PictureBuffer, HasTheContiguousLengthOfItsFormat)
+{
+    struct Expectation {
+        DWORD format;
+        DWORD length;
+    };
+    const Expectation expectations[] = {
+        {fourCC("UYVY"), 64 * 16 * 2},     {fourCC("YUY2"), 64 * 16 * 2},     {fourCC("NV12"), 64 * 16 * 3 / 2},
+        {fourCC("I420"), 64 * 16 * 3 / 2}, {fourCC("YV12"), 64 * 16 * 3 / 2}, {fourCC("IYUV"), 64 * 16 * 3 / 2},
+        {D3DFMT_A8R8G8B8, 64 * 16 * 4},    {D3DFMT_X8R8G8B8, 64 * 16 * 4},    {D3DFMT_R8G8B8, 64 * 16 * 3},
+        {D3DFMT_R5G6B5, 64 * 16 * 2},
+    };
+    for (const Expectation &expected : expectations) {
+        const auto buffer = picture(64, 16, expected.format);
+        ASSERT_TRUE(buffer);
+        DWORD length = 0;
+        EXPECT_EQ(buffer->GetContiguousLength(&length), S_OK);
+        EXPECT_EQ(length, expected.length) << std::hex << expected.format;
+        EXPECT_EQ(faceOf<IMFMediaBuffer>(buffer)->GetMaxLength(&length), S_OK);
+        EXPECT_EQ(length, expected.length) << std::hex << expected.format;
+    }
+}
+
+TEST_F(PictureBuffer, HasLinesFartherApartThanTheirBytes)
+{
+    const auto buffer = rgbPicture();
+    const Lines lines(buffer);
+    EXPECT_GT(lines.pitch(), 6 * 4);
+    BOOL contiguous = TRUE;
+    EXPECT_EQ(buffer->IsContiguousFormat(&contiguous), S_OK);
+    EXPECT_FALSE(contiguous);
+}
+
+TEST_F(PictureBuffer, HasANegativePitchWhenItIsBottomUp)
+{
+    const auto buffer = rgbPicture(true);
+    BYTE *first = nullptr;
+    BYTE *start = nullptr;
+    LONG pitch = 0;
+    DWORD length = 0;
+    ASSERT_EQ(buffer->Lock2DSize(MF2DBuffer_LockFlags_ReadWrite, &first, &pitch, &start, &length), S_OK);
+    EXPECT_LT(pitch, -6 * 4);
+    EXPECT_EQ(first, start - 3 * static_cast<ptrdiff_t>(pitch));
+    EXPECT_GE(length, 3U * static_cast<DWORD>(-pitch) + 6 * 4);
+    EXPECT_EQ(buffer->Unlock2D(), S_OK);
+}
+
+TEST_F(PictureBuffer, ShowsItsLinesPackedToLock)
+{
+    const auto buffer = rgbPicture();
+    {
+        const Lines lines(buffer);
+        for (int line = 0; line < 4; ++line)
+            std::fill_n(lines.line(line), 24, static_cast<BYTE>(line + 1));
+    }
+    Bytes expected;
+    for (int line = 0; line < 4; ++line)
+        expected.insert(expected.end(), 24, static_cast<BYTE>(line + 1));
+    const auto packed = faceOf<IMFMediaBuffer>(buffer);
+    packed->SetCurrentLength(96);
+    EXPECT_EQ(contentOf(packed), expected);
+    EXPECT_EQ(contiguousContent(buffer), expected);
+}
+
+TEST_F(PictureBuffer, TakesBackWhatWasWrittenUnderLock)
+{
+    const auto buffer = rgbPicture();
+    const auto packed = faceOf<IMFMediaBuffer>(buffer);
+    const Bytes content = countingBytes(96);
+    BYTE *data = nullptr;
+    ASSERT_EQ(packed->Lock(&data, nullptr, nullptr), S_OK);
+    std::copy(content.begin(), content.end(), data);
+    EXPECT_EQ(packed->Unlock(), S_OK);
+    const Lines lines(buffer);
+    for (int line = 0; line < 4; ++line)
+        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 24, content.begin() + line * 24)) << line;
+}
+
+TEST_F(PictureBuffer, CopiesContiguousBytesBothWays)
+{
+    for (const bool bottomUp : {false, true}) {
+        const auto buffer = rgbPicture(bottomUp);
+        const Bytes content = countingBytes(96);
+        EXPECT_EQ(buffer->ContiguousCopyFrom(content.data(), 96), S_OK);
+        EXPECT_EQ(contiguousContent(buffer), content);
+    }
+}
+
+TEST_F(PictureBuffer, CopiesNothingOfTheWrongSize)
+{
+    const auto buffer = rgbPicture();
+    Bytes bytes(96);
+    EXPECT_EQ(buffer->ContiguousCopyTo(bytes.data(), 95), E_INVALIDARG);
+}
+
+TEST_F(PictureBuffer, KeepsInterleavedChromaBehindTheLines)
+{
+    const auto buffer = picture(8, 4, fourCC("NV12"));
+    const Bytes content = countingBytes(8 * 6);
+    ASSERT_EQ(buffer->ContiguousCopyFrom(content.data(), 48), S_OK);
+    const Lines lines(buffer);
+    for (int line = 0; line < 6; ++line)
+        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 8, content.begin() + line * 8)) << line;
+}
+
+TEST_F(PictureBuffer, KeepsPlanesOfChromaAtHalfThePitch)
+{
+    const auto buffer = picture(8, 4, fourCC("I420"));
+    const Bytes content = countingBytes(8 * 6);
+    ASSERT_EQ(buffer->ContiguousCopyFrom(content.data(), 48), S_OK);
+    const Lines lines(buffer);
+    for (int line = 0; line < 4; ++line)
+        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 8, content.begin() + line * 8)) << line;
+    const BYTE *const chroma = lines.line(4);
+    for (int line = 0; line < 4; ++line) {
+        const BYTE *const data = chroma + static_cast<ptrdiff_t>(lines.pitch() / 2) * line;
+        EXPECT_TRUE(std::equal(data, data + 4, content.begin() + 32 + line * 4)) << line;
+    }
+}
+
+TEST_F(PictureBuffer, IsLockedInOneWayAtATime)
+{
+    const auto buffer = rgbPicture();
+    const auto packed = faceOf<IMFMediaBuffer>(buffer);
+    BYTE *data = nullptr;
+    LONG pitch = 0;
+    ASSERT_EQ(packed->Lock(&data, nullptr, nullptr), S_OK);
+    EXPECT_EQ(buffer->Lock2D(&data, &pitch), MF_E_UNEXPECTED);
+    EXPECT_EQ(packed->Unlock(), S_OK);
+    ASSERT_EQ(buffer->Lock2D(&data, &pitch), S_OK);
+    EXPECT_EQ(packed->Lock(&data, nullptr, nullptr), MF_E_INVALIDREQUEST);
+    EXPECT_EQ(buffer->Unlock2D(), S_OK);
+    EXPECT_EQ(packed->Lock(&data, nullptr, nullptr), S_OK);
+    EXPECT_EQ(packed->Unlock(), S_OK);
+}
+
+TEST_F(PictureBuffer, IsLockedAgainInTheSameWay)
+{
+    const auto buffer = rgbPicture();
+    const Lines first(buffer);
+    const Lines second(buffer);
+    EXPECT_EQ(first.first(), second.first());
+    BYTE *data = nullptr;
+    LONG pitch = 0;
+    EXPECT_EQ(buffer->GetScanline0AndPitch(&data, &pitch), S_OK);
+    EXPECT_EQ(data, first.first());
+    EXPECT_EQ(pitch, first.pitch());
+}
+
+TEST_F(PictureBuffer, IsNotUnlockedMoreOftenThanLocked)
+{
+    const auto buffer = rgbPicture();
+    BYTE *data = nullptr;
+    LONG pitch = 0;
+    EXPECT_EQ(buffer->Unlock2D(), HRESULT_FROM_WIN32(ERROR_WAS_UNLOCKED));
+    EXPECT_EQ(faceOf<IMFMediaBuffer>(buffer)->Unlock(), HRESULT_FROM_WIN32(ERROR_WAS_UNLOCKED));
+    EXPECT_TRUE(FAILED(buffer->GetScanline0AndPitch(&data, &pitch)));
+}
+
+TEST_F(PictureBuffer, IsLockedToReadWhileItIsLockedToWrite)
+{
+    const auto buffer = rgbPicture();
+    BYTE *first = nullptr;
+    BYTE *start = nullptr;
+    LONG pitch = 0;
+    DWORD length = 0;
+    for (const auto flags : {MF2DBuffer_LockFlags_Read, MF2DBuffer_LockFlags_Write, MF2DBuffer_LockFlags_ReadWrite}) {
+        EXPECT_EQ(buffer->Lock2DSize(flags, &first, &pitch, &start, &length), S_OK) << flags;
+        EXPECT_EQ(first, start);
+        EXPECT_GE(length, 3U * static_cast<DWORD>(pitch) + 24);
+        EXPECT_EQ(buffer->Unlock2D(), S_OK);
+    }
+}
+
+TEST_F(PictureBuffer, IsCopiedToAnother)
+{
+    const auto source = rgbPicture();
+    const auto destination = rgbPicture();
+    const Bytes content = countingBytes(96);
+    ASSERT_EQ(source->ContiguousCopyFrom(content.data(), 96), S_OK);
+    EXPECT_EQ(source->Copy2DTo(destination), S_OK);
+    EXPECT_EQ(contiguousContent(destination), content);
+}
+
+TEST_F(PictureBuffer, HasTheLengthThatIsSet)
+{
+    const auto buffer = faceOf<IMFMediaBuffer>(rgbPicture());
+    EXPECT_EQ(buffer->SetCurrentLength(96), S_OK);
+    DWORD length = 0;
+    EXPECT_EQ(buffer->GetCurrentLength(&length), S_OK);
+    EXPECT_EQ(length, 96U);
+}
