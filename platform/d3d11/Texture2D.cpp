@@ -119,24 +119,27 @@ bool Texture2D::allows(D3D11_MAP kind) const
     return !isDynamic && (m_description.CPUAccessFlags & needed) == needed;
 }
 
-bool Texture2D::holds(UINT x, UINT y, UINT width, UINT height) const
+bool Texture2D::isBetweenGroups(UINT x, UINT y) const
 {
     const UINT lineGroup = m_format.chroma == Chroma::None ? 1 : 2;
-    const bool aligned = x % m_format.groupPixels == 0 && width % m_format.groupPixels == 0 && y % lineGroup == 0 &&
-                         height % lineGroup == 0;
-    return aligned && x <= m_description.Width && width <= m_description.Width - x && y <= m_description.Height &&
+    return x % m_format.groupPixels == 0 && y % lineGroup == 0;
+}
+
+bool Texture2D::holds(UINT x, UINT y, UINT width, UINT height) const
+{
+    return x <= m_description.Width && width <= m_description.Width - x && y <= m_description.Height &&
            height <= m_description.Height - y;
 }
 
 void Texture2D::write(UINT sliceIndex, UINT x, UINT y, const BYTE *picture, UINT picturePitch, UINT height,
                       const D3D11_BOX &part)
 {
-    if (part.left >= part.right || part.top >= part.bottom || part.front != 0 || part.back != 1 ||
-        part.bottom > height || part.left % m_format.groupPixels != 0)
+    if (part.left >= part.right || part.top >= part.bottom || part.front != 0 || part.back != 1 || part.bottom > height)
         return;
     const UINT partWidth = part.right - part.left;
     const UINT partHeight = part.bottom - part.top;
-    if (!holds(x, y, partWidth, partHeight))
+    if (!holds(x, y, partWidth, partHeight) || !isBetweenGroups(x, y) || !isBetweenGroups(part.left, part.top) ||
+        !isBetweenGroups(partWidth, partHeight))
         return;
     const auto bytesOf = [&](UINT pixels) { return static_cast<size_t>(pixels) * m_format.bitsPerPixel / 8; };
     BYTE *plane = slice(sliceIndex);

@@ -61,6 +61,7 @@ protected:
     void *findInterface(REFIID iid) override;
 
 private:
+    bool isBetweenGroups(UINT x, UINT y) const;
     bool holds(UINT x, UINT y, UINT width, UINT height) const;
 
     const Ref<ID3D11Device> m_device;
