@@ -1,5 +1,6 @@
 #include "source/HardwareBuffer.h"
 
+#include "hostfw/ComException.h"
 #include "hostfw/VideoFormats.h"
 #include "plugin/Checks.h"
 #include "plugin/Logging.h"
@@ -11,14 +12,9 @@ namespace
 
 constexpr auto checkCategory = sourceCategory;
 
-} // namespace
-
-HRESULT createHardwareBuffer(UINT32 width, UINT32 height, const GUID &subtype, CD3D11DeviceManager *d3dDeviceManager,
-                             IMFMediaBuffer **outBuffer)
+HRESULT createTextureBuffer(UINT32 width, UINT32 height, const GUID &subtype, const CD3D11Device &d3dDevice,
+                            IMFMediaBuffer **outBuffer)
 {
-    CHECK_POINTER(d3dDeviceManager);
-    const CD3D11Device d3dDevice(*d3dDeviceManager);
-
     D3D11_TEXTURE2D_DESC textureDesc = {};
     textureDesc.Width = width;
     textureDesc.Height = height;
@@ -38,4 +34,18 @@ HRESULT createHardwareBuffer(UINT32 width, UINT32 height, const GUID &subtype, C
     CHECK_HR(MFCreateDXGISurfaceBuffer(__uuidof(ID3D11Texture2D), texture, 0, 0, &mediaBuffer));
     CHECK_HR(mediaBuffer.QueryInterface(outBuffer));
     return S_OK;
+}
+
+} // namespace
+
+HRESULT createHardwareBuffer(UINT32 width, UINT32 height, const GUID &subtype, CD3D11DeviceManager *d3dDeviceManager,
+                             IMFMediaBuffer **outBuffer)
+{
+    CHECK_POINTER(d3dDeviceManager);
+    try {
+        return createTextureBuffer(width, height, subtype, CD3D11Device(*d3dDeviceManager), outBuffer);
+    } catch (const ComException &exception) {
+        // A device that is lost now may be there again for the next frame.
+        return exception.getErrorCode();
+    }
 }
