@@ -12,8 +12,6 @@
 #include <mfapi.h>
 #include <mferror.h>
 
-#include <type_traits>
-
 namespace
 {
 
@@ -107,26 +105,32 @@ HRESULT NDISourceMF::captureFrame(NDIlib_frame_type_e wanted)
         break;
     }
     if (captured != wanted)
-        m_messageQueue.push([reference = self(), this, wanted] { return captureFrame(wanted); });
+        postCapture(wanted);
     return S_OK;
+}
+
+void NDISourceMF::postCapture(NDIlib_frame_type_e wanted)
+{
+    // The item's reference is counted by hand, unlike those of the others: a function that owns a CComPtr does not fit
+    // into std::function's own storage, and this one is pushed for frame after frame.
+    AddRef();
+    const HRESULT hr = m_messageQueue.push([this, wanted] {
+        CComPtr<IMFMediaSource> reference;
+        reference.Attach(this);
+        return captureFrame(wanted);
+    });
+    if (FAILED(hr))
+        Release();
 }
 
 HRESULT NDISourceMF::OnStart(IMFAsyncResult *asyncResult)
 {
     try {
         const AutoLock lock(m_lock);
-        if (!m_receiver)
-            m_messageQueue.push([reference = self(), this] {
-                ReceiverResult discarded;
-                createReceiver(discarded, m_params);
-                return S_OK;
-            });
+        // Whether there is a receiver is asked on the queue: the stop before this start may still be waiting there.
+        m_messageQueue.push([reference = self(), this] { return openReceiver(); });
     } catch (const ComException &ex) {
-        const HRESULT hr = m_pEventGenerator->QueueEvent(MEError, GUID_NULL, ex.getErrorCode(), nullptr);
-        if (checkFailed(*checkCategory,
-                        "m_pEventGenerator->QueueEvent( MEError, GUID_NULL, ex.getErrorCode(), nullptr)", hr))
-            return hr;
-        return ex.getErrorCode();
+        return reportFailure(ex);
     }
     // Not under the lock, unlike OnStop.
     return CBaseSource::OnStart(asyncResult);
@@ -156,6 +160,28 @@ void NDISourceMF::createReceiver(ReceiverResult &result, const SourceParameters 
     NDIlib_recv_set_tally(m_receiver, &tally);
     m_clock.startTime = HnsTime::systemTime();
     result = {S_OK, {}, {}};
+}
+
+HRESULT NDISourceMF::openReceiver()
+{
+    try {
+        ReceiverResult discarded;
+        createReceiver(discarded, m_params);
+    } catch (const ComException &ex) {
+        return reportFailure(ex);
+    } catch (const AsyncOperationInterrupted &) {
+        // Nobody waits for this source any more.
+    }
+    return S_OK;
+}
+
+HRESULT NDISourceMF::reportFailure(const ComException &ex)
+{
+    const HRESULT hr = m_pEventGenerator->QueueEvent(MEError, GUID_NULL, ex.getErrorCode(), nullptr);
+    if (checkFailed(*checkCategory, "m_pEventGenerator->QueueEvent( MEError, GUID_NULL, ex.getErrorCode(), nullptr)",
+                    hr))
+        return hr;
+    return ex.getErrorCode();
 }
 
 void NDISourceMF::destroyReceiver()

@@ -14,6 +14,7 @@
 #include <atomic>
 #include <memory>
 
+class ComException;
 class NDISourceStreamAudio;
 class NDISourceStreamVideo;
 
@@ -59,7 +60,11 @@ private:
     };
 
     void createReceiver(ReceiverResult &result, const SourceParameters &params);
+    // On the queue: makes the receiver that a stop has destroyed. A failure becomes an MEError event.
+    HRESULT openReceiver();
     void destroyReceiver();
+    HRESULT reportFailure(const ComException &ex);
+    void postCapture(NDIlib_frame_type_e wanted);
     void createStreams(const ReceiverResult &receiver);
     template <typename Frame>
     void rebaseTimecode(Frame &frame, const char *label);
