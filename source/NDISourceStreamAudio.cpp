@@ -11,6 +11,8 @@
 #include <mferror.h>
 #include <mfidl.h>
 
+#include <cstring>
+
 namespace
 {
 
@@ -82,7 +84,11 @@ HRESULT NDISourceStreamAudio::changeMediaType(const NDIlib_audio_frame_v2_t &fra
 {
     const CComPtr<IMFMediaType> newType = createAudioMediaType(frame);
     const HRESULT hr = pushMediaTypeChange(newType);
-    return SUCCEEDED(hr) ? NDISourceStream::setMediaType(newType) : hr;
+    if (FAILED(hr))
+        return hr;
+    // No frame is of the format before any more, even if this one is not delivered.
+    m_lastFrameFormat = {0, 0};
+    return NDISourceStream::setMediaType(newType);
 }
 
 HRESULT NDISourceStreamAudio::fillSample(IMFSample *poolSample, const NDIlib_audio_frame_v2_t &frame, DWORD frameSize)
@@ -95,6 +101,9 @@ HRESULT NDISourceStreamAudio::fillSample(IMFSample *poolSample, const NDIlib_aud
         NDIlib_audio_frame_interleaved_32f_t interleaved;
         interleaved.p_data = reinterpret_cast<float *>(bufferLock.buffer());
         NDIlib_util_audio_to_interleaved_32f_v2(&frame, &interleaved);
+        // Channels that lie further apart than their samples leave room behind: silence, not an older frame's sound.
+        const auto written = static_cast<size_t>(frame.no_samples * frame.no_channels * floatBytes);
+        std::memset(bufferLock.buffer() + written, 0, frameSize - written);
     }
     buffer->SetCurrentLength(frameSize);
     poolSample->SetUINT32(MFSampleExtension_CleanPoint, TRUE);

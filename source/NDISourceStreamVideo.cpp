@@ -22,7 +22,8 @@ constexpr auto checkCategory = sourceCategory;
 
 constexpr DWORD pooledSamples = 5;
 // Beyond any real picture; what a frame claims is allocated, so the claim is bounded.
-constexpr int maxSide = 16384;
+constexpr int maxSide = 32768;
+constexpr int64_t maxPixels = 16384 * 16384;
 
 NDIlib_video_frame_v2_t defaultFrame()
 {
@@ -45,13 +46,18 @@ bool isRGB(const GUID &subtype)
 }
 
 // Whether the frame's numbers describe memory that can be read. A FourCC that is not mapped is told apart later.
-bool isSound(const NDIlib_video_frame_v2_t &frame)
+bool isSound(const NDIlib_video_frame_v2_t &frame, bool hardwareSamples)
 {
     if (!frame.p_data || frame.xres < 1 || frame.yres < 1 || frame.xres > maxSide || frame.yres > maxSide)
         return false;
+    if (static_cast<int64_t>(frame.xres) * frame.yres > maxPixels)
+        return false;
     const GUID subtype = fourCCToSubtype(frame.FourCC);
     const int pixelBytes = static_cast<int>(BytesPerPixel(GetD3DFmtBySubtype(subtype)));
-    return frame.line_stride_in_bytes >= frame.xres * pixelBytes;
+    // A line is copied as it is, but converted in whole groups of two pixels.
+    const bool isConverted = hardwareSamples && frame.FourCC == NDIlib_FourCC_video_type_UYVY;
+    const int linePixels = isConverted ? frame.xres + frame.xres % 2 : frame.xres;
+    return frame.line_stride_in_bytes >= linePixels * pixelBytes;
 }
 
 void setFieldLayout(IMFSample *sample, NDIlib_frame_format_type_e type)
@@ -88,19 +94,19 @@ HRESULT NDISourceStreamVideo::setMediaType(IMFMediaType *type)
     if (const HRESULT hr = NDISourceStream::setMediaType(type);
         checkFailed(*checkCategory, "__super::setMediaType(type)", hr))
         return hr;
-    CHECK_HR(calculateFrameDuration(type));
-    // A type that no FourCC stands for (NV12 of hardware samples) says nothing of how the frames come: that stays as it
-    // was.
-    NDIlib_video_frame_v2_t format = m_lastFrameFormat;
-    videoFormatFromMediaType(type, format);
-    if (subtypeToFourCC(fourCCToSubtype(format.FourCC)) != format.FourCC || format.FourCC == 0) {
-        format.FourCC = m_lastFrameFormat.FourCC;
-        format.line_stride_in_bytes = m_lastFrameFormat.line_stride_in_bytes;
-        format.picture_aspect_ratio = m_lastFrameFormat.picture_aspect_ratio;
-    }
-    m_lastFrameFormat = format;
-    CHECK_HR(updateFrameConverter(m_lastFrameFormat.FourCC, type));
+    const NDIlib_video_frame_v2_t before = m_lastFrameFormat;
     m_samplePool->Reset();
+    forgetFrameFormat();
+    CHECK_HR(calculateFrameDuration(type));
+    videoFormatFromMediaType(type, m_lastFrameFormat);
+    // What hardware samples of UYVY frames are converted to says nothing of how the frames come.
+    if (m_source->hardwareSamples() && before.FourCC == NDIlib_FourCC_video_type_UYVY &&
+        m_lastFrameFormat.FourCC != before.FourCC) {
+        m_lastFrameFormat.FourCC = before.FourCC;
+        m_lastFrameFormat.line_stride_in_bytes = before.line_stride_in_bytes;
+        m_lastFrameFormat.picture_aspect_ratio = before.picture_aspect_ratio;
+    }
+    CHECK_HR(updateFrameConverter(m_lastFrameFormat.FourCC, type));
     return S_OK;
 }
 
@@ -111,7 +117,7 @@ CComPtr<IMFMediaType> NDISourceStreamVideo::createDefaultMediaType() const
 
 HRESULT NDISourceStreamVideo::processFrame(const NDIlib_video_frame_v2_t &frame, const FrameClock * /*clock*/)
 {
-    if (!isSound(frame))
+    if (!isSound(frame, m_source->hardwareSamples()))
         return E_INVALIDARG;
     if (!isSameVideoFormat(frame, m_lastFrameFormat))
         CHECK_HR(changeMediaType(frame));
@@ -135,11 +141,18 @@ HRESULT NDISourceStreamVideo::changeMediaType(const NDIlib_video_frame_v2_t &new
     const HRESULT hr = pushMediaTypeChange(newType);
     if (FAILED(hr))
         return hr;
+    forgetFrameFormat();
     CHECK_HR(updateFrameConverter(newFormatFrame.FourCC, newType));
     m_mediaType = newType;
     m_samplePool->Reset();
     calculateFrameDuration(newType);
     return S_OK;
+}
+
+void NDISourceStreamVideo::forgetFrameFormat()
+{
+    m_lastFrameFormat.xres = 0;
+    m_lastFrameFormat.yres = 0;
 }
 
 HRESULT NDISourceStreamVideo::updateFrameConverter(NDIlib_FourCC_video_type_e fourCC, IMFMediaType *to)
@@ -161,7 +174,7 @@ HRESULT NDISourceStreamVideo::calculateFrameDuration(IMFMediaType *type)
 HRESULT NDISourceStreamVideo::createSample(IMFSample **outSample)
 {
     GUID subtype = GUID_NULL;
-    if (FAILED(m_mediaType->GetGUID(MF_MT_SUBTYPE, &subtype)))
+    if (!m_mediaType || FAILED(m_mediaType->GetGUID(MF_MT_SUBTYPE, &subtype)))
         return MF_E_INVALIDMEDIATYPE;
     UINT32 width = 0;
     UINT32 height = 0;

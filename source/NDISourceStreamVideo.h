@@ -35,10 +35,14 @@ protected:
     HnsTime m_frameDuration;
 
 private:
+    // Until a frame has been delivered in a new type, none may pass for one of the format before: it would be written
+    // into a sample of another size.
+    void forgetFrameFormat();
     HRESULT createPictureBuffer(UINT32 width, UINT32 height, const GUID &subtype, IMFMediaBuffer **outBuffer);
     HRESULT fillSample(IMFSample *poolSample, const NDIlib_video_frame_v2_t &frame);
 
     FrameConverter m_frameConverter;
     const std::unique_ptr<tvx::ISamplePoolFixed> m_samplePool;
-    NDIlib_video_frame_v2_t m_lastFrameFormat; // 0x0 at first: every real frame differs from it
+    // Of the last frame delivered; 0x0 before the first one, so that every real frame differs from it.
+    NDIlib_video_frame_v2_t m_lastFrameFormat;
 };
