@@ -6,12 +6,16 @@
 #include <mferror.h>
 
 #include <cstdint>
-#include <cstring>
 #include <mutex>
 #include <vector>
 
 namespace winmedia
 {
+
+// Bytes that copyContent() copies: of a picture always the whole.
+HRESULT contentLength(IMFMediaBuffer *buffer, DWORD *length);
+// MF_E_BUFFERTOOSMALL when `room` is not enough.
+HRESULT copyContent(IMFMediaBuffer *buffer, BYTE *target, DWORD room, DWORD *copied);
 
 // Everything of IMFSample but its reference counting. Thread-safe, like the real one.
 template <typename... Others>
@@ -82,8 +86,16 @@ public:
     {
         if (!length)
             return E_INVALIDARG;
+        *length = 0;
         const std::lock_guard lock(m_mutex);
-        return totalLength(length);
+        for (const auto &buffer : m_buffers) {
+            DWORD bytes = 0;
+            const HRESULT hr = buffer->GetCurrentLength(&bytes);
+            if (FAILED(hr))
+                return hr;
+            *length += bytes;
+        }
+        return S_OK;
     }
     STDMETHODIMP CopyToBuffer(IMFMediaBuffer *destination) override
     {
@@ -127,63 +139,38 @@ private:
         return S_OK;
     }
 
-    HRESULT totalLength(DWORD *length)
-    {
-        *length = 0;
-        for (const auto &buffer : m_buffers) {
-            DWORD bytes = 0;
-            const HRESULT hr = buffer->GetCurrentLength(&bytes);
-            if (FAILED(hr))
-                return hr;
-            *length += bytes;
-        }
-        return S_OK;
-    }
-
     HRESULT copyTo(IMFMediaBuffer *destination)
     {
-        DWORD needed = 0;
-        DWORD room = 0;
-        HRESULT hr = totalLength(&needed);
-        if (FAILED(hr))
-            return hr;
         BYTE *target = nullptr;
-        hr = destination->Lock(&target, &room, nullptr);
+        DWORD room = 0;
+        HRESULT hr = destination->Lock(&target, &room, nullptr);
         if (FAILED(hr))
             return hr;
-        if (room < needed) {
-            destination->Unlock();
-            return MF_E_BUFFERTOOSMALL;
-        }
+        DWORD copied = 0;
         for (const auto &buffer : m_buffers) {
             DWORD bytes = 0;
-            hr = appendTo(target, buffer.get(), &bytes);
+            hr = copyContent(buffer.get(), target + copied, room - copied, &bytes);
             if (FAILED(hr))
                 break;
-            target += bytes;
+            copied += bytes;
         }
         destination->Unlock();
-        return SUCCEEDED(hr) ? destination->SetCurrentLength(needed) : hr;
+        return SUCCEEDED(hr) ? destination->SetCurrentLength(copied) : hr;
     }
 
-    static HRESULT appendTo(BYTE *target, IMFMediaBuffer *buffer, DWORD *bytes)
-    {
-        BYTE *source = nullptr;
-        const HRESULT hr = buffer->Lock(&source, nullptr, bytes);
-        if (FAILED(hr))
-            return hr;
-        std::memcpy(target, source, *bytes);
-        return buffer->Unlock();
-    }
-
+    // Several buffers become one in memory.
     HRESULT join()
     {
         DWORD needed = 0;
-        HRESULT hr = totalLength(&needed);
-        if (FAILED(hr))
-            return hr;
+        for (const auto &buffer : m_buffers) {
+            DWORD bytes = 0;
+            const HRESULT hr = contentLength(buffer.get(), &bytes);
+            if (FAILED(hr))
+                return hr;
+            needed += bytes;
+        }
         Ref<IMFMediaBuffer> joined;
-        hr = MFCreateMemoryBuffer(needed, joined.put());
+        HRESULT hr = MFCreateMemoryBuffer(needed, joined.put());
         if (SUCCEEDED(hr))
             hr = copyTo(joined.get());
         if (FAILED(hr))
