@@ -1,9 +1,7 @@
 #include "tests/source/SourceHarness.h"
 
 #include "hostfw/MediaBuffers.h"
-
-#include <chrono>
-#include <thread>
+#include "tests/source/EventReader.h"
 
 namespace
 {
@@ -72,16 +70,7 @@ void SourceTest::start(NDISourceMF *source)
 
 CComPtr<IMFMediaEvent> SourceTest::waitForEvent(IMFMediaEventGenerator *generator, MediaEventType type)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (std::chrono::steady_clock::now() < deadline) {
-        CComPtr<IMFMediaEvent> event;
-        const HRESULT hr = generator->GetEvent(MF_EVENT_FLAG_NO_WAIT, &event);
-        if (hr == MF_E_NO_EVENTS_AVAILABLE) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            continue;
-        }
-        if (FAILED(hr))
-            break;
+    while (CComPtr<IMFMediaEvent> event = nextEvent(generator)) {
         MediaEventType found = MEUnknown;
         event->GetType(&found);
         if (found == type)
@@ -94,13 +83,10 @@ CComPtr<IMFMediaEvent> SourceTest::waitForEvent(IMFMediaEventGenerator *generato
 std::vector<MediaEventType> SourceTest::eventsUpTo(IMFMediaEventGenerator *generator, MediaEventType last)
 {
     std::vector<MediaEventType> types;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-    while (std::chrono::steady_clock::now() < deadline && (types.empty() || types.back() != last)) {
-        CComPtr<IMFMediaEvent> event;
-        if (FAILED(generator->GetEvent(MF_EVENT_FLAG_NO_WAIT, &event))) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            continue;
-        }
+    while (types.empty() || types.back() != last) {
+        const CComPtr<IMFMediaEvent> event = nextEvent(generator);
+        if (!event)
+            break;
         MediaEventType type = MEUnknown;
         event->GetType(&type);
         types.push_back(type);
