@@ -75,8 +75,9 @@ HRESULT NDISourceStreamAudio::processFrame(const NDIlib_audio_frame_v2_t &frame,
 
     const LONGLONG duration = static_cast<LONGLONG>(HnsTime::seconds(1)) * frame.no_samples / frame.sample_rate;
     stampSample(poolSample, frame.timecode, duration);
-    m_requestManager->PushSample(poolSample);
+    // All is settled before the sample is out: whoever gets it may set another type at once.
     copyAudioFormat(m_lastFrameFormat, frame);
+    m_requestManager->PushSample(poolSample);
     return S_OK;
 }
 

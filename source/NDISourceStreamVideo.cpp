@@ -130,8 +130,9 @@ HRESULT NDISourceStreamVideo::processFrame(const NDIlib_video_frame_v2_t &frame,
         return hr;
 
     stampSample(poolSample, frame.timecode, m_frameDuration);
-    m_requestManager->PushSample(poolSample);
+    // All is settled before the sample is out: whoever gets it may set another type at once.
     copyVideoFormat(m_lastFrameFormat, frame);
+    m_requestManager->PushSample(poolSample);
     return S_OK;
 }
 
