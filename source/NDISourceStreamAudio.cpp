@@ -22,7 +22,7 @@ constexpr DWORD pooledSamples = 5;
 constexpr int64_t floatBytes = 4;
 // Far beyond any real frame; what a frame claims is allocated, so the claim is bounded.
 constexpr int maxChannels = 256;
-constexpr int64_t maxFrameBytes = 64 * 1024 * 1024;
+constexpr int64_t maxFrameBytes = int64_t{64} * 1024 * 1024;
 
 // Whether the frame's numbers describe memory that can be read.
 bool isSound(const NDIlib_audio_frame_v2_t &frame)

@@ -77,7 +77,7 @@ void TestPattern::setFps(double fps)
     const double above = std::ceil(fps);
     const bool ntsc = above > fps && std::abs(above * 1000.0 / 1001.0 - fps) < 0.005;
     const int denominator = ntsc ? 1001 : (fps == std::floor(fps) ? 1 : 1000);
-    const int numerator = static_cast<int>(ntsc ? above * 1000.0 : std::lround(fps * denominator));
+    const int numerator = static_cast<int>(ntsc ? above * 1000.0 : static_cast<double>(std::lround(fps * denominator)));
     if (numerator == m_settings.rateNumerator && denominator == m_settings.rateDenominator)
         return;
     m_settings.rateNumerator = numerator;

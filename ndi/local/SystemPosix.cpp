@@ -20,7 +20,7 @@ constexpr mode_t otherPeople = 077;
 
 std::filesystem::path baseFolder()
 {
-    const std::filesystem::path memoryBacked = "/dev/shm";
+    std::filesystem::path memoryBacked = "/dev/shm";
     std::error_code error;
     if (std::filesystem::is_directory(memoryBacked, error) && access(memoryBacked.c_str(), W_OK | X_OK) == 0)
         return memoryBacked;
