@@ -11,7 +11,14 @@ struct Apartment {
     unsigned entered = 0;
     DWORD kind = 0;
 };
-thread_local Apartment apartment;
+
+// Not inlined: in a function of the Windows calling convention gcc keeps values in registers that the look-up of a
+// thread's variable overwrites.
+[[gnu::noinline]] Apartment &apartmentOfThread()
+{
+    thread_local Apartment apartment;
+    return apartment;
+}
 
 } // namespace
 
@@ -20,6 +27,7 @@ HRESULT WINAPI CoInitializeEx(LPVOID reserved, DWORD kind)
     if (reserved)
         return E_INVALIDARG;
     kind &= COINIT_APARTMENTTHREADED;
+    Apartment &apartment = apartmentOfThread();
     if (apartment.entered > 0 && apartment.kind != kind)
         return RPC_E_CHANGED_MODE;
     apartment.kind = kind;
@@ -28,6 +36,7 @@ HRESULT WINAPI CoInitializeEx(LPVOID reserved, DWORD kind)
 
 void WINAPI CoUninitialize()
 {
+    Apartment &apartment = apartmentOfThread();
     if (apartment.entered > 0)
         --apartment.entered;
 }

@@ -4,8 +4,6 @@
 #include "platform/d3d11/Texture2D.h"
 #include "platform/d3d11/UnimplementedDevice.h"
 
-#include <d3d10.h>
-
 #include <algorithm>
 
 namespace winmedia
@@ -17,7 +15,8 @@ namespace
 constexpr UINT maxSide = D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION;
 constexpr UINT maxSlices = D3D11_REQ_TEXTURE2D_ARRAY_AXIS_DIMENSION;
 
-using DeviceObject = ComObject<ID3D11Device, ID3D11Multithread, ID3D10Multithread>;
+// ID3D10Multithread is the same interface: same identifier, same methods.
+using DeviceObject = ComObject<ID3D11Device, ID3D11Multithread>;
 
 class Device final : public UnimplementedDevice<DeviceObject>
 {
@@ -36,7 +35,7 @@ public:
         *context = &m_context;
         m_context.AddRef();
     }
-    // ID3D10Multithread and ID3D11Multithread
+    // ID3D11Multithread
     STDMETHODIMP_(void) Enter() override { m_lock.enter(); }
     STDMETHODIMP_(void) Leave() override { m_lock.leave(); }
     STDMETHODIMP_(BOOL) SetMultithreadProtected(BOOL enable) override { return m_lock.protect(enable); }

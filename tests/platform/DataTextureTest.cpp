@@ -1,6 +1,6 @@
 #include "tests/platform/TextureSupport.h"
 
-#include <d3d10.h>
+#include <d3d11_4.h>
 #include <dxgi.h>
 
 #include <algorithm>
@@ -67,7 +67,7 @@ TEST_F(Device, TellsTheFirstLevelWithinReach)
 
 TEST_F(Device, IsProtectedFromThreadsWhenTold)
 {
-    const auto multithread = faceOf<ID3D10Multithread>(device);
+    const auto multithread = faceOf<ID3D11Multithread>(device);
     ASSERT_TRUE(multithread);
     multithread->SetMultithreadProtected(TRUE);
     EXPECT_TRUE(multithread->GetMultithreadProtected());
