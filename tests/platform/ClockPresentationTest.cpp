@@ -150,6 +150,34 @@ TEST_F(PresentationClock, TellsTheTimeFromTheOffsetOn)
     EXPECT_EQ(time(), 0);
 }
 
+TEST_F(PresentationClock, IsStartedAgainFromAnotherOffset_WhenItRuns)
+{
+    constexpr LONGLONG hour = 36000000000;
+    ASSERT_NO_FATAL_FAILURE(giveTimeSource());
+    const auto sink = addSink("sink");
+    ASSERT_EQ(clock->Start(hour), S_OK);
+    ASSERT_EQ(clock->Start(3 * hour), S_OK);
+    EXPECT_GE(time(), 3 * hour);
+    ASSERT_EQ(clock->Start(2 * hour), S_OK);
+    EXPECT_GE(time(), 2 * hour);
+    EXPECT_LT(time(), 3 * hour);
+    EXPECT_EQ(state(), MFCLOCK_STATE_RUNNING);
+    ASSERT_TRUE(heard.waitFor(3));
+    EXPECT_EQ(heard.entries(),
+              (Lines{"sink: start 36000000000", "sink: start 108000000000", "sink: start 72000000000"}));
+}
+
+TEST_F(PresentationClock, IsStartedFromAnOffset_WhenPaused)
+{
+    ASSERT_NO_FATAL_FAILURE(giveTimeSource());
+    const auto sink = addSink("sink");
+    ASSERT_EQ(clock->Start(1), S_OK);
+    ASSERT_EQ(clock->Pause(), S_OK);
+    ASSERT_EQ(clock->Start(2), S_OK);
+    ASSERT_TRUE(heard.waitFor(3));
+    EXPECT_EQ(heard.entries(), (Lines{"sink: start 1", "sink: pause", "sink: start 2"}));
+}
+
 TEST_F(PresentationClock, TellsItsSinksInTheOrderTheyCame)
 {
     ASSERT_NO_FATAL_FAILURE(giveTimeSource());

@@ -154,3 +154,12 @@ TEST(PropVariant, HoldsAReferenceForEachCopyOfAnObject)
     PropVariantClear(&copy);
     EXPECT_TRUE(isGone);
 }
+
+TEST(PropVariant, OfAnUnknownTypeIsNeitherClearedNorCopied)
+{
+    PROPVARIANT value = emptyValue();
+    value.vt = 0x0FFE;
+    PROPVARIANT copy = emptyValue();
+    EXPECT_TRUE(FAILED(PropVariantCopy(&copy, &value)));
+    EXPECT_EQ(PropVariantClear(&value), STG_E_INVALIDPARAMETER);
+}

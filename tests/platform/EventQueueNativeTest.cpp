@@ -79,3 +79,40 @@ TEST(EventQueueShutdownNative, ASubscriberHearsOfItOnce_WhenEventsKeepComing)
     }
     EXPECT_EQ(MFShutdown(), S_OK);
 }
+
+TEST(EventQueueShutdownNative, LetsASubscriberGoThatHasNotEndedItsRequest)
+{
+    ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_LITE), S_OK);
+    CComPtr<IMFMediaEventQueue> queue;
+    ASSERT_EQ(MFCreateEventQueue(&queue), S_OK);
+    Record<int> calls;
+    Record<int> ends;
+    ASSERT_EQ(
+        queue->BeginGetEvent(makeCallback([&](IMFAsyncResult *) { calls.add(1); }, 0, [&] { ends.add(1); }), nullptr),
+        S_OK);
+    ASSERT_EQ(queue->QueueEventParamVar(MEEndOfStream, GUID_NULL, S_OK, nullptr), S_OK);
+    ASSERT_TRUE(calls.waitFor(1));
+    EXPECT_TRUE(ends.entries().empty());
+    EXPECT_EQ(queue->Shutdown(), S_OK);
+    EXPECT_TRUE(ends.waitFor(1));
+    EXPECT_EQ(calls.entries().size(), 1U);
+    EXPECT_EQ(MFShutdown(), S_OK);
+}
+
+TEST(EventQueueNative, AWaitingCallGivesWayToASubscriber)
+{
+    ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_LITE), S_OK);
+    CComPtr<IMFMediaEventQueue> queue;
+    ASSERT_EQ(MFCreateEventQueue(&queue), S_OK);
+    Record<HRESULT> results;
+    std::thread consumer([&] {
+        CComPtr<IMFMediaEvent> event;
+        results.add(queue->GetEvent(0, &event));
+    });
+    EXPECT_EQ(queue->BeginGetEvent(makeCallback([](IMFAsyncResult *) {}), nullptr), S_OK);
+    EXPECT_TRUE(results.waitFor(1));
+    EXPECT_EQ(queue->Shutdown(), S_OK);
+    consumer.join();
+    EXPECT_EQ(results.entries(), std::vector<HRESULT>{MF_E_MULTIPLE_SUBSCRIBERS});
+    EXPECT_EQ(MFShutdown(), S_OK);
+}

@@ -263,6 +263,19 @@ TEST_F(EventQueue, ShutdownReleasesTheEventsThatWait)
     EXPECT_TRUE(ends.waitFor(1));
 }
 
+TEST_F(EventQueue, ARequestThatIsEndedLateHearsOfTheShutdown)
+{
+    Record<CComPtr<IMFAsyncResult>> requests;
+    const auto callback = makeCallback([&](IMFAsyncResult *result) { requests.add(CComPtr<IMFAsyncResult>(result)); });
+    ASSERT_EQ(queue->BeginGetEvent(callback, nullptr), S_OK);
+    ASSERT_EQ(send(MEEndOfStream), S_OK);
+    ASSERT_TRUE(requests.waitFor(1));
+    ASSERT_EQ(queue->Shutdown(), S_OK);
+    CComPtr<IMFMediaEvent> event;
+    EXPECT_EQ(queue->EndGetEvent(requests.entries()[0], &event), MF_E_SHUTDOWN);
+    EXPECT_FALSE(event);
+}
+
 // What a subscriber owns may be the last to know the queue, and shuts it down as it goes.
 TEST_F(EventQueue, ASubscriberMayShutTheQueueDownAsItGoes)
 {
