@@ -104,14 +104,9 @@ STDMETHODIMP EventQueue::EndGetEvent(IMFAsyncResult *result, IMFMediaEvent **eve
     *event = nullptr;
     Subscription ended; // released without the lock
     const std::lock_guard lock(m_mutex);
-    if (result != m_subscription.result.get())
-        return m_shutDown ? MF_E_SHUTDOWN : E_FAIL;
-    if (m_shutDown) {
-        // The subscriber hears of the end; nothing refers to it any more.
-        std::swap(ended, m_subscription);
-        return MF_E_SHUTDOWN;
-    }
-    if (m_events.empty())
+    if (m_shutDown)
+        return MF_E_SHUTDOWN; // the subscription went with the shutdown
+    if (result != m_subscription.result.get() || m_events.empty())
         return E_FAIL;
     std::swap(ended, m_subscription);
     takeFirst(event);
