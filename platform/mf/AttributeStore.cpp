@@ -156,7 +156,7 @@ HRESULT AttributeStore::compareItem(REFGUID key, REFPROPVARIANT value, BOOL *res
         return E_INVALIDARG;
     const std::lock_guard lock(m_mutex);
     const Item *const item = find(key);
-    *result = item && isSameValue(item->value.raw(), value);
+    *result = item && !lacksContent(value) && isSameValue(item->value.raw(), value);
     return S_OK;
 }
 
