@@ -67,3 +67,30 @@ TEST(PictureBufferNative, IsNotMadeWithoutPixelsOrUpsideDownWithPlanes)
     EXPECT_EQ(MFCreate2DMediaBuffer(4, 0, D3DFMT_X8R8G8B8, FALSE, &buffer), E_INVALIDARG);
     EXPECT_EQ(MFCreate2DMediaBuffer(4, 4, MAKEFOURCC('N', 'V', '1', '2'), TRUE, &buffer), E_INVALIDARG);
 }
+
+TEST(PictureBufferNative, HasRoomForWholeGroupsOfPixels)
+{
+    struct Expectation {
+        DWORD format;
+        DWORD length; // of 5 x 3 pixels
+    };
+    const Expectation expectations[] = {
+        {MAKEFOURCC('U', 'Y', 'V', 'Y'), 12 * 3},
+        {MAKEFOURCC('Y', 'U', 'Y', '2'), 12 * 3},
+        {MAKEFOURCC('N', 'V', '1', '2'), 6 * 3 + 6 * 2},
+        {MAKEFOURCC('I', '4', '2', '0'), 5 * 3 + 2 * (3 * 2)},
+    };
+    for (const Expectation &expected : expectations) {
+        CComPtr<IMFMediaBuffer> buffer;
+        ASSERT_EQ(MFCreate2DMediaBuffer(5, 3, expected.format, FALSE, &buffer), S_OK);
+        const auto picture = faceOf<IMF2DBuffer>(buffer);
+        const Bytes content = countingBytes(expected.length);
+        Bytes found(expected.length);
+        EXPECT_EQ(picture->ContiguousCopyFrom(content.data(), expected.length), S_OK) << std::hex << expected.format;
+        EXPECT_EQ(picture->ContiguousCopyTo(found.data(), expected.length), S_OK) << std::hex << expected.format;
+        EXPECT_EQ(found, content) << std::hex << expected.format;
+        DWORD length = 0;
+        EXPECT_EQ(picture->GetContiguousLength(&length), S_OK);
+        EXPECT_EQ(length, expected.length) << std::hex << expected.format;
+    }
+}

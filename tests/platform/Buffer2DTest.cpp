@@ -163,6 +163,43 @@ TEST_F(PictureBuffer, CopiesContiguousBytesBothWays)
     }
 }
 
+TEST_F(PictureBuffer, CopiesItsBottomLineFirstWhenItIsBottomUp)
+{
+    const auto buffer = rgbPicture(true);
+    {
+        const Lines lines(buffer);
+        for (int line = 0; line < 4; ++line)
+            std::fill_n(lines.line(line), 24, static_cast<BYTE>(line + 1));
+    }
+    Bytes expected;
+    for (const BYTE line : {4, 3, 2, 1})
+        expected.insert(expected.end(), 24, line);
+    EXPECT_EQ(contiguousContent(buffer), expected);
+}
+
+TEST_F(PictureBuffer, KeepsLinesOfPackedChromaAPitchApart)
+{
+    for (const DWORD format : {fourCC("UYVY"), fourCC("YUY2")}) {
+        const auto buffer = picture(6, 3, format);
+        const Bytes content = countingBytes(36);
+        ASSERT_EQ(buffer->ContiguousCopyFrom(content.data(), 36), S_OK);
+        const Lines lines(buffer);
+        for (int line = 0; line < 3; ++line)
+            EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 12, content.begin() + line * 12)) << line;
+    }
+}
+
+TEST_F(PictureBuffer, PadsPackedLinesOfRgbToFourBytes)
+{
+    const auto buffer = picture(5, 2, D3DFMT_R8G8B8);
+    const Bytes content = countingBytes(32);
+    ASSERT_EQ(contiguousContent(buffer).size(), 32U);
+    ASSERT_EQ(buffer->ContiguousCopyFrom(content.data(), 32), S_OK);
+    const Lines lines(buffer);
+    for (int line = 0; line < 2; ++line)
+        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 15, content.begin() + line * 16)) << line;
+}
+
 TEST_F(PictureBuffer, CopiesNothingOfTheWrongSize)
 {
     const auto buffer = rgbPicture();
