@@ -1,0 +1,164 @@
+#include "source/NDISourceMF.h"
+
+#include "tests/source/SourceHarness.h"
+
+#include <mutex>
+
+namespace
+{
+
+constexpr LONGLONG second = 10'000'000;
+
+class NDISourceMFCaptureTest : public SourceTest
+{
+};
+
+} // namespace
+
+TEST_F(NDISourceMFCaptureTest, SamplesFlowOnRequestWithTheirTimesRebased)
+{
+    auto params = parameters(true, false);
+    params.delay = HnsTime::milliseconds(500);
+    const auto source = makeSource(params);
+    start(source);
+    const LONGLONG timecodes[] = {7'000'000'000, 7'000'400'000, 7'001'000'000};
+    for (const LONGLONG timecode : timecodes)
+        ndi.pushVideo(videoFrame(64, 36, timecode), noise(64 * 2 * 36));
+    const LONGLONG first = timeOf(requestSample(streams[0]));
+    // The delay and the time since the receiver was made, which this test does not know but bounds.
+    EXPECT_GE(first, 5'000'000);
+    EXPECT_LT(first, 5'000'000 + 30 * second);
+    EXPECT_EQ(first + 400'000, timeOf(requestSample(streams[0])));
+    EXPECT_EQ(first + 1'000'000, timeOf(requestSample(streams[0])));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, AFrameWithoutATimecodeTakesTheTimeSinceTheReceiverWasMade)
+{
+    const auto source = makeSource(parameters(true, false));
+    start(source);
+    ndi.pushVideo(videoFrame(64, 36, 0), noise(64 * 2 * 36));
+    // Its origin is minus the elapsed time, so the elapsed time counts twice.
+    const LONGLONG first = timeOf(requestSample(streams[0]));
+    EXPECT_GT(first, 0);
+    EXPECT_LT(first, 60 * second);
+    EXPECT_EQ(1, log.countContaining("Video frame read: "));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, AStreamThatWaitsForVideoReadsOnAndAudioIsDeliveredOnTheWay)
+{
+    const auto source = makeSource();
+    start(source);
+    ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+    for (int index = 0; index < 3; ++index)
+        ndi.pushAudio(audioFrame(48000, 2, 480, second + index * 100'000), tone(2, 480));
+    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    EXPECT_TRUE(nextSample(streams[0]));
+    for (int index = 0; index < 3; ++index)
+        EXPECT_TRUE(requestSample(streams[1]));
+    EXPECT_EQ(1, log.countContaining("Video frame read: "));
+    EXPECT_EQ(3, log.countContaining("Audio frame read: "));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, FramesOfAStreamThatIsNotThereAreGivenBack)
+{
+    const auto source = makeSource(parameters(true, false));
+    start(source);
+    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    EXPECT_TRUE(requestSample(streams[0]));
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.freedFrames == 2; }));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, MetadataIsEmittedWithoutItsTerminatingZeroAndEmptyMetadataAsAnEmptyArray)
+{
+    const auto source = makeSource();
+    std::vector<QByteArray> received;
+    std::mutex mutex;
+    QObject::connect(source.p, &NDISourceMF::metadataRecieved, [&](const QByteArray &text) {
+        const std::lock_guard<std::mutex> lock(mutex);
+        received.push_back(text);
+    });
+    start(source);
+    ndi.pushMetadata("<hello/>");
+    ndi.pushMetadata("");
+    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    EXPECT_TRUE(requestSample(streams[0]));
+    const std::lock_guard<std::mutex> lock(mutex);
+    ASSERT_EQ(2u, received.size());
+    EXPECT_EQ(QByteArray("<hello/>"), received[0]);
+    EXPECT_EQ(QByteArray(), received[1]);
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, AnErrorFrameEndsBothStreamsAndTheSource)
+{
+    const auto source = makeSource();
+    start(source);
+    ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+    ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
+    ndi.pushType(NDIlib_frame_type_error);
+    EXPECT_TRUE(waitForEvent(streams[0], MEEndOfStream));
+    EXPECT_TRUE(waitForEvent(streams[1], MEEndOfStream));
+    EXPECT_TRUE(waitForEvent(source, MEEndOfPresentation));
+    EXPECT_EQ(1, log.count(QtInfoMsg, sourceLog, "Connection lost"));
+    EXPECT_EQ(0, ndi.calls().receiversDestroyed);
+    EXPECT_EQ(MF_E_END_OF_STREAM, streams[0]->RequestSample(nullptr));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, StatusChangesAndTimeoutsOnlyReadOn)
+{
+    const auto source = makeSource();
+    start(source);
+    ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+    ndi.pushType(NDIlib_frame_type_status_change);
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.captures >= 3; }));
+    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    EXPECT_TRUE(nextSample(streams[0]));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, CaptureWithoutAReceiverIsSFalseAndPostsNothing)
+{
+    ndi.refuseReceivers(true);
+    HRESULT hr = S_OK;
+    const CComPtr<NDISourceMF> source(new NDISourceMF(hr, parameters()));
+    EXPECT_EQ(S_FALSE, source->captureFrame(NDIlib_frame_type_video));
+    EXPECT_EQ(0, ndi.calls().captures);
+}
+
+TEST_F(NDISourceMFCaptureTest, HostileTimecodesDoNoHarm)
+{
+    const auto source = makeSource(parameters(true, false));
+    start(source);
+    for (const int64_t timecode : {INT64_MAX, INT64_MIN, int64_t(-1), INT64_MAX, int64_t(0), INT64_MAX - 1})
+        ndi.pushVideo(videoFrame(64, 36, timecode), noise(64 * 2 * 36));
+    for (int index = 0; index < 6; ++index)
+        EXPECT_TRUE(requestSample(streams[0]));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, LongMixedTrafficLeavesNoReadsBehind)
+{
+    const auto source = makeSource();
+    start(source);
+    constexpr int rounds = 300;
+    for (int round = 0; round < rounds; ++round) {
+        ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+        ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
+        ndi.pushAudio(audioFrame(48000, 2, 48, second + round * 10'000), tone(2, 48));
+        ndi.pushVideo(videoFrame(64, 36, second + round * 10'000), noise(64 * 2 * 36));
+        ASSERT_TRUE(nextSample(streams[0]));
+        ASSERT_TRUE(nextSample(streams[1]));
+    }
+    // With a read left behind by every round the queue would take minutes to come to the end of the receiver.
+    const auto begin = std::chrono::steady_clock::now();
+    ASSERT_EQ(S_OK, source->Stop());
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
+    source->Shutdown();
+}

@@ -1,0 +1,131 @@
+#include "source/SourceCreation.h"
+
+#include "tests/source/NodeHarness.h"
+
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QThreadPool>
+
+namespace
+{
+
+class SourceCreationTest : public NodeTest
+{
+};
+
+} // namespace
+
+TEST_F(SourceCreationTest, AnInputWithoutANameStartsNoJobAndLeavesTheStatus)
+{
+    connectOutputs();
+    node.createMediaObjects();
+    EXPECT_EQ(MediaNode::Idle, node.status());
+    EXPECT_TRUE(ndi.calls().findSettings.empty());
+}
+
+TEST_F(SourceCreationTest, ASenderThatIsThereIsCreatedAndHandsOverItsNodes)
+{
+    int changes = 0;
+    QObject::connect(&node, &NDISource::videoOutputChanged, [&] { ++changes; });
+    QObject::connect(&node, &NDISource::audioOutputChanged, [&] { ++changes; });
+    connectOutputs();
+    node.setInput(camera);
+    node.createMediaObjects();
+    EXPECT_EQ(MediaNode::Creating, node.status());
+    ASSERT_TRUE(waitForStatus(MediaNode::Created));
+    EXPECT_EQ(2, changes);
+    EXPECT_TRUE(node.videoOutput()->mfNode());
+    EXPECT_TRUE(node.audioOutput()->mfNode());
+    EXPECT_EQ(2u, node.takeMfNodes().size());
+    EXPECT_EQ(1, log.count(QtDebugMsg, sourceLog, "NDI source created"));
+}
+
+TEST_F(SourceCreationTest, WithAudioAloneThereIsNoVideoNode)
+{
+    connectOutputs(false, true);
+    node.setInput(camera);
+    node.createMediaObjects();
+    ASSERT_TRUE(waitForStatus(MediaNode::Created));
+    EXPECT_FALSE(node.videoOutput()->mfNode());
+    EXPECT_TRUE(node.audioOutput()->mfNode());
+}
+
+TEST_F(SourceCreationTest, WithNothingConnectedTheJobEndsInAnError)
+{
+    node.setInput(camera);
+    node.createMediaObjects();
+    ASSERT_TRUE(waitForStatus(MediaNode::Error));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, "No NDI streams found"));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [result.status] (HR=0x80004005)"));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, "NDI source creation failed: \"Error\""));
+}
+
+TEST_F(SourceCreationTest, WithoutAFinderTheJobEndsInAnError)
+{
+    ndi.refuseFinders(true);
+    connectOutputs();
+    node.setInput(camera);
+    node.createMediaObjects();
+    ASSERT_TRUE(waitForStatus(MediaNode::Error));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [result.status] (HR=0x80004003)"));
+}
+
+TEST_F(SourceCreationTest, ASearchIsCancelledByAnotherInputWhoseResultAloneArrives)
+{
+    connectOutputs();
+    node.setInput(absent);
+    node.createMediaObjects();
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.waits >= 1; }));
+    node.setInput(camera);
+    node.createMediaObjects();
+    ASSERT_TRUE(waitForStatus(MediaNode::Created));
+    EXPECT_EQ(1, ndi.calls().receiversMade);
+    EXPECT_GE(log.count(QtDebugMsg, sourceLog, "Async source creation cancelled"), 1);
+    EXPECT_EQ(0, log.countContaining("no longer needed"));
+}
+
+TEST_F(SourceCreationTest, ASenderThatIsNeverListedKeepsItsJobUntilTheNodeCancelsIt)
+{
+    connectOutputs();
+    node.setInput(absent);
+    node.createMediaObjects();
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.waits >= 3; }));
+    EXPECT_EQ(MediaNode::Creating, node.status());
+    QElapsedTimer clock;
+    clock.start();
+    node.destroyMediaObjects();
+    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(20000));
+    EXPECT_LT(clock.elapsed(), 1000);
+    EXPECT_EQ(MediaNode::Creating, node.status());
+}
+
+TEST_F(SourceCreationTest, ACancelledJobTellsSoInItsResult)
+{
+    SourceParameters params = parameters();
+    params.input = absent;
+    params.cancellationToken->cancel();
+    const auto result = createSourceJob(params);
+    EXPECT_EQ(HRESULT(0x800704C7), result.status);
+    EXPECT_FALSE(result.source);
+    EXPECT_TRUE(result.message.isEmpty());
+}
+
+TEST_F(SourceCreationTest, AJobsResultHoldsNodesForWantedStreamsOnly)
+{
+    auto result = createSourceJob(parameters(false, true));
+    EXPECT_EQ(S_OK, result.status);
+    EXPECT_FALSE(result.videoNode);
+    EXPECT_TRUE(result.audioNode);
+    result.source->Shutdown();
+}
+
+TEST_F(SourceCreationTest, AHundredCreationsLeaveNothingBehind)
+{
+    connectOutputs();
+    node.setInput(camera);
+    for (int round = 0; round < 100; ++round) {
+        node.createMediaObjects();
+        ASSERT_TRUE(waitForStatus(MediaNode::Created));
+        release();
+        ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversMade == calls.receiversDestroyed; }));
+    }
+}
