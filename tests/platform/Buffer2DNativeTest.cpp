@@ -94,3 +94,13 @@ TEST(PictureBufferNative, HasRoomForWholeGroupsOfPixels)
         EXPECT_EQ(length, expected.length) << std::hex << expected.format;
     }
 }
+
+TEST(PictureBufferNative, SaysThatItWasUnlocked)
+{
+    const auto buffer = rgbPicture(6);
+    BYTE *data = nullptr;
+    LONG pitch = 0;
+    EXPECT_EQ(buffer->Unlock2D(), HRESULT_FROM_WIN32(ERROR_WAS_UNLOCKED));
+    EXPECT_EQ(faceOf<IMFMediaBuffer>(buffer)->Unlock(), HRESULT_FROM_WIN32(ERROR_WAS_UNLOCKED));
+    EXPECT_EQ(buffer->GetScanline0AndPitch(&data, &pitch), HRESULT_FROM_WIN32(ERROR_WAS_UNLOCKED));
+}

@@ -1,6 +1,7 @@
 #include "tests/platform/DataSupport.h"
 
 #include <d3d9types.h>
+#include <evr.h>
 #include <mfidl.h>
 
 namespace
