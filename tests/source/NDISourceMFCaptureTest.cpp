@@ -162,3 +162,61 @@ TEST_F(NDISourceMFCaptureTest, LongMixedTrafficLeavesNoReadsBehind)
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(3));
     source->Shutdown();
 }
+
+TEST_F(NDISourceMFCaptureTest, TheFirstFrameOfEitherKindFixesTheOriginOfBoth)
+{
+    const auto source = makeSource();
+    start(source);
+    ndi.pushAudio(audioFrame(48000, 2, 480, 700 * second), tone(2, 480));
+    ndi.pushVideo(videoFrame(64, 36, 703 * second), noise(64 * 2 * 36));
+    const LONGLONG audio = timeOf(requestSample(streams[1]));
+    EXPECT_EQ(audio + 3 * second, timeOf(requestSample(streams[0])));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, EveryFrameIsLoggedWithItsTimeSinceTheOriginAndItsTimecode)
+{
+    const auto source = makeSource(parameters(true, false));
+    start(source);
+    ndi.pushVideo(videoFrame(64, 36, 700 * second), noise(64 * 2 * 36));
+    const LONGLONG time = timeOf(requestSample(streams[0]));
+    EXPECT_EQ(1,
+              log.count(QtDebugMsg, sourceLog, QStringLiteral("Video frame read: %1ms (700000ms)").arg(time / 10'000)));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, AFrameThatItsStreamRefusesIsGivenBackAndTheNextOneIsRead)
+{
+    const auto source = makeSource(parameters(true, false));
+    start(source);
+    ndi.pushVideo(videoFrame(64, 36, second, NDIlib_FourCC_video_type_UYVY, 4), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, second), {});
+    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    EXPECT_TRUE(requestSample(streams[0]));
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.freedFrames == 3; }));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, ALostConnectionIsTheEndOfTheData)
+{
+    const auto source = makeSource(parameters(false, true));
+    ndi.pushType(NDIlib_frame_type_error);
+    EXPECT_EQ(MF_E_END_OF_STREAM, source->captureFrame(NDIlib_frame_type_audio));
+    // Nothing reads on.
+    EXPECT_EQ(1, ndi.calls().captures);
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, OnlyAFrameOfAnotherKindIsReadOnFrom)
+{
+    const auto source = makeSource(parameters(false, true));
+    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+    EXPECT_EQ(S_OK, source->captureFrame(NDIlib_frame_type_audio));
+    EXPECT_EQ(1, ndi.calls().captures);
+    ndi.pushMetadata("<hello/>");
+    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+    EXPECT_EQ(S_OK, source->captureFrame(NDIlib_frame_type_audio));
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.freedFrames == 3; }));
+    EXPECT_EQ(3, ndi.calls().captures);
+    source->Shutdown();
+}

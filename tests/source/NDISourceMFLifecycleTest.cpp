@@ -10,6 +10,27 @@ constexpr LONGLONG second = 10'000'000;
 
 class NDISourceMFLifecycleTest : public SourceTest
 {
+protected:
+    static void stop(NDISourceMF *source)
+    {
+        ASSERT_EQ(S_OK, source->Stop());
+        ASSERT_TRUE(waitForEvent(source, MESourceStopped));
+    }
+    // A source that was started, and whose receiver a stop has destroyed.
+    CComPtr<NDISourceMF> stoppedSource(const SourceParameters &params)
+    {
+        auto source = makeSource(params);
+        start(source);
+        stop(source);
+        EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
+        return source;
+    }
+    static HRESULT statusOf(IMFMediaEvent *event)
+    {
+        HRESULT status = E_UNEXPECTED;
+        event->GetStatus(&status);
+        return status;
+    }
 };
 
 } // namespace
@@ -51,4 +72,124 @@ TEST_F(NDISourceMFLifecycleTest, AShutdownWhileFramesAreAwaitedEndsTheReading)
     ASSERT_EQ(S_OK, source->Shutdown());
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
     EXPECT_EQ(MF_E_SHUTDOWN, source->Shutdown());
+}
+
+TEST_F(NDISourceMFLifecycleTest, AStartRightBehindAStopHasAReceiver)
+{
+    const auto source = makeSource(parameters(true, false));
+    start(source);
+    for (int round = 1; round <= 10; ++round) {
+        // Keeps the queue busy: the stop still waits there when the source is started again.
+        ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+        ASSERT_EQ(S_OK, source->Stop());
+        start(source);
+        ndi.pushVideo(videoFrame(64, 36, round * second), noise(64 * 2 * 36));
+        ASSERT_TRUE(ndi.waitFor([&](const auto &calls) { return calls.receiversMade == round + 1; })) << round;
+    }
+    ndi.pushVideo(videoFrame(64, 36, 100 * second), noise(64 * 2 * 36));
+    EXPECT_TRUE(requestSample(streams[0]));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFLifecycleTest, ARestartWithoutAFinderIsAnErrorEvent)
+{
+    const auto source = stoppedSource(parameters());
+    ndi.refuseFinders(true);
+    start(source);
+    const auto event = waitForEvent(source, MEError);
+    ASSERT_TRUE(event);
+    EXPECT_EQ(E_POINTER, statusOf(event));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [finder is null]"));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFLifecycleTest, ARestartWithoutAReceiverIsAnErrorEvent)
+{
+    const auto source = stoppedSource(parameters());
+    ndi.refuseReceivers(true);
+    start(source);
+    const auto event = waitForEvent(source, MEError);
+    ASSERT_TRUE(event);
+    EXPECT_EQ(E_POINTER, statusOf(event));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [reciever is null]"));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFLifecycleTest, AnErrorThatNobodyCanBeToldOfIsLogged)
+{
+    const auto source = stoppedSource(parameters());
+    ndi.setSources({});
+    start(source);
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.waits >= 1; }));
+    ASSERT_EQ(S_OK, source->Shutdown());
+    ndi.refuseReceivers(true);
+    ndi.setSources({{"HOST (Camera)", "10.0.0.1:5961"}});
+    EXPECT_TRUE(log.waitFor(QtCriticalMsg, sourceLog,
+                            " [m_pEventGenerator->QueueEvent( MEError, GUID_NULL, ex.getErrorCode(), nullptr)] "
+                            "(HR=0xC00D3E85)"));
+}
+
+TEST_F(NDISourceMFLifecycleTest, ASearchAfterARestartEndsQuietlyWithItsToken)
+{
+    const auto params = parameters();
+    const auto source = stoppedSource(params);
+    ndi.setSources({});
+    start(source);
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.waits >= 1; }));
+    log.clear();
+    params.cancellationToken->cancel();
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.findersMade == calls.findersDestroyed; }));
+    // Behind the search on the queue.
+    NDIlib_tally_t tally;
+    source->setTally(tally);
+    ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+    stop(source);
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_EQ(1, ndi.calls().receiversMade);
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFLifecycleTest, AStopWhileFramesAreAwaitedEndsTheReading)
+{
+    const auto source = makeSource();
+    start(source);
+    ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+    ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.captures >= 2; }));
+    stop(source);
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
+    EXPECT_EQ(MF_E_MEDIA_SOURCE_WRONGSTATE, streams[0]->RequestSample(nullptr));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFLifecycleTest, AVideoStreamThatCannotBeFlushedFailsTheStop)
+{
+    const auto source = makeSource();
+    start(source);
+    static_cast<tvx::ISourceStream *>(streams[0].p)->Shutdown();
+    EXPECT_EQ(MF_E_SHUTDOWN, source->Stop());
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [m_videoStream->flushRequestManager()] (HR=0xC00D3E85)"));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFLifecycleTest, AnAudioStreamThatCannotBeFlushedFailsTheStop)
+{
+    const auto source = makeSource();
+    start(source);
+    static_cast<tvx::ISourceStream *>(streams[1].p)->Shutdown();
+    EXPECT_EQ(MF_E_SHUTDOWN, source->Stop());
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [m_audioStream->flushRequestManager()] (HR=0xC00D3E85)"));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFLifecycleTest, QueuedWorkOutlivesTheLastReferenceFromOutside)
+{
+    auto source = makeSource(parameters(true, false));
+    start(source);
+    ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.captures >= 1; }));
+    streams.clear();
+    source->Shutdown();
+    source.Release();
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
 }

@@ -11,8 +11,6 @@
 namespace
 {
 
-constexpr LONGLONG second = 10'000'000;
-
 class NDISourceMFTest : public SourceTest
 {
 };
@@ -64,9 +62,15 @@ TEST_F(NDISourceMFTest, ASenderAtAnotherAddressIsNotTakenAndTheSearchWaitsInStep
 
 TEST_F(NDISourceMFTest, OfTwoSendersWithTheSameNameAndAddressTheFirstIsTaken)
 {
-    ndi.setSources({{"HOST (Camera)", "10.0.0.1:5961"}, {"HOST (Camera)", "10.0.0.1:5961"}});
-    const auto source = makeSource();
-    EXPECT_EQ(1, ndi.calls().receiversMade);
+    // One name to Qt, since neither is UTF-8, but two to whoever looks at the bytes.
+    const std::string first = "Camera \xfe";
+    const std::string second = "Camera \xff";
+    ndi.setSources({{first, "10.0.0.1:5961"}, {second, "10.0.0.1:5961"}});
+    auto params = parameters();
+    params.input = NDIInput(QStringLiteral("Camera \ufffd"), params.input.address());
+    const auto source = makeSource(params);
+    ASSERT_EQ(1U, ndi.calls().connectedTo.size());
+    EXPECT_EQ(first, ndi.calls().connectedTo[0].first);
 }
 
 TEST_F(NDISourceMFTest, WithoutAStreamConstructionFailsAfterTheReceiverWasMadeAndDestroysItWithTheObject)

@@ -1,6 +1,7 @@
 #include "format/MetadataEnvelope.h"
 #include "tests/source/NodeHarness.h"
 
+#include <QtCore/QCoreApplication>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaProperty>
 
@@ -148,13 +149,67 @@ TEST_F(NDISourceTest, MetadataFromTheNetworkArrivesOnTheNodesThread)
     node.setInput(camera);
     node.createMediaObjects();
     ASSERT_TRUE(waitForStatus(MediaNode::Created));
-    CComPtr<IMFMediaSource> face;
-    node.videoOutput()->mfNode()->GetUnknown(MF_TOPONODE_SOURCE, __uuidof(IMFMediaSource),
-                                             reinterpret_cast<void **>(&face));
-    start(static_cast<NDISourceMF *>(face.p));
+    start(madeSource());
     ndi.pushMetadata(encodeMetadata(QStringLiteral("on air")).toStdString());
     ndi.pushVideo(videoFrame(64, 36, 10'000'000), noise(64 * 2 * 36));
     ASSERT_TRUE(requestSample(streams[0]));
     EXPECT_TRUE(spinUntil([&] { return node.metadata() == QVariant(QStringLiteral("on air")); }));
-    face->Shutdown();
+}
+
+TEST_F(NDISourceTest, ASourceThatAsksForANewSessionIsMadeAgainUntilItIsLetGo)
+{
+    connectOutputs();
+    node.setInput(camera);
+    create();
+    const auto source = madeSource();
+    createRequests = 0;
+    Q_EMIT source->sessionRecreationRequested();
+    EXPECT_TRUE(spinUntil([&] { return createRequests == 1; }));
+    release();
+    Q_EMIT source->sessionRecreationRequested();
+    Q_EMIT source->metadataRecieved(encodeMetadata(QStringLiteral("late")));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(1, createRequests);
+    EXPECT_FALSE(node.metadata().isValid());
+}
+
+TEST_F(NDISourceTest, HardwareSamplesAndDelayTakeEffectAtTheNextCreation)
+{
+    connectOutputs();
+    node.setInput(camera);
+    node.setHardwareSamples(true);
+    create();
+    EXPECT_TRUE(madeSource()->hardwareSamples());
+    release();
+    node.setHardwareSamples(false);
+    node.setDelay(90'000);
+    create();
+    const auto source = madeSource();
+    EXPECT_FALSE(source->hardwareSamples());
+    start(source);
+    ndi.pushVideo(videoFrame(64, 36, 10'000'000), noise(64 * 2 * 36));
+    EXPECT_GE(timeOf(requestSample(streams[0])), 900'000'000);
+}
+
+TEST_F(NDISourceTest, EachTallyLightIsSentAtOnceAndOnlyWhenItChanges)
+{
+    connectOutputs();
+    node.setInput(camera);
+    create();
+    int changes = 0;
+    QObject::connect(&node, &NDISource::tallyProgramChanged, [&] { ++changes; });
+    QObject::connect(&node, &NDISource::tallyPreviewChanged, [&] { ++changes; });
+    node.setTallyProgram(true);
+    node.setTallyProgram(true);
+    node.setTallyPreview(true);
+    node.setTallyProgram(false);
+    EXPECT_EQ(3, changes);
+    // One of the receiver's making, one of the creation's end, three of the changes.
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.tallies.size() == 5; }));
+    const auto tallies = ndi.calls().tallies;
+    const bool expected[][2] = {{false, false}, {false, false}, {true, false}, {true, true}, {false, true}};
+    for (size_t index = 0; index < 5; ++index) {
+        EXPECT_EQ(expected[index][0], tallies[index].on_program) << index;
+        EXPECT_EQ(expected[index][1], tallies[index].on_preview) << index;
+    }
 }

@@ -2,8 +2,11 @@
 
 #include "tests/source/NodeHarness.h"
 
+#include <QtConcurrent/QtConcurrentRun>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QThreadPool>
+
+#include <future>
 
 namespace
 {
@@ -128,4 +131,99 @@ TEST_F(SourceCreationTest, AHundredCreationsLeaveNothingBehind)
         release();
         ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversMade == calls.receiversDestroyed; }));
     }
+}
+
+TEST_F(SourceCreationTest, AnInputThatLosesItsNameCancelsTheRunningJob)
+{
+    connectOutputs();
+    node.setInput(absent);
+    node.createMediaObjects();
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.waits >= 1; }));
+    node.setInput(NDIInput());
+    node.createMediaObjects();
+    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(20000));
+    EXPECT_EQ(MediaNode::Creating, node.status());
+    EXPECT_EQ(1, ndi.calls().findersMade);
+    EXPECT_EQ(1, log.count(QtDebugMsg, sourceLog, "Async source creation cancelled"));
+}
+
+TEST_F(SourceCreationTest, TheFirstCreationCancelsNothing)
+{
+    connectOutputs();
+    node.setInput(camera);
+    create();
+    EXPECT_EQ(0, log.count(QtDebugMsg, sourceLog, "Async source creation cancelled"));
+}
+
+TEST_F(SourceCreationTest, AJobThatIsCancelledBeforeItHasAThreadDoesNotRun)
+{
+    connectOutputs();
+    node.setInput(camera);
+    QThreadPool *const pool = QThreadPool::globalInstance();
+    const int threads = pool->maxThreadCount();
+    pool->setMaxThreadCount(1);
+    std::promise<void> leave;
+    QtConcurrent::run([&leave] { leave.get_future().wait(); });
+    node.createMediaObjects();
+    EXPECT_EQ(MediaNode::Creating, node.status());
+    node.destroyMediaObjects();
+    leave.set_value();
+    EXPECT_TRUE(pool->waitForDone(20000));
+    pool->setMaxThreadCount(threads);
+    EXPECT_EQ(0, ndi.calls().findersMade);
+    EXPECT_EQ(MediaNode::Creating, node.status());
+}
+
+TEST_F(SourceCreationTest, WithoutAReceiverTheJobEndsInAnError)
+{
+    ndi.refuseReceivers(true);
+    connectOutputs();
+    node.setInput(camera);
+    node.createMediaObjects();
+    ASSERT_TRUE(waitForStatus(MediaNode::Error));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [reciever is null]"));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, "Null pointer"));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [result.status] (HR=0x80004003)"));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, "NDI source creation failed: \"Error\""));
+}
+
+TEST_F(SourceCreationTest, AFailedJobsResultHoldsNoSourceAndTheMessageError)
+{
+    const auto result = createSourceJob(parameters(false, false));
+    EXPECT_EQ(E_FAIL, result.status);
+    EXPECT_EQ(QStringLiteral("Error"), result.message);
+    EXPECT_FALSE(result.source);
+    EXPECT_FALSE(result.videoNode);
+    EXPECT_FALSE(result.audioNode);
+}
+
+TEST_F(SourceCreationTest, ANodeWithoutAJobIgnoresTheEndOfOne)
+{
+    node.asyncCreationFinished();
+    EXPECT_EQ(MediaNode::Idle, node.status());
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(SourceCreationTest, AnErrorIsLeftBehindByTheNextCreation)
+{
+    node.setInput(camera);
+    node.createMediaObjects();
+    ASSERT_TRUE(waitForStatus(MediaNode::Error));
+    connectOutputs();
+    create();
+    EXPECT_TRUE(madeSource());
+}
+
+TEST_F(SourceCreationTest, SeveralAbandonedSearchesEndTogether)
+{
+    connectOutputs();
+    for (int index = 0; index < 4; ++index) {
+        node.setInput(NDIInput(QStringLiteral("HOST (Absent %1)").arg(index), QString()));
+        node.createMediaObjects();
+    }
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.waits >= 1; }));
+    node.destroyMediaObjects();
+    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(20000));
+    EXPECT_EQ(ndi.calls().findersMade, ndi.calls().findersDestroyed);
+    EXPECT_EQ(0, ndi.calls().receiversMade);
 }
