@@ -1,10 +1,12 @@
 #include "multimedia/BufferingSampleRequestManager.h"
 
+#include "hostfw/CUnknown.h"
 #include "multimedia/WorkContext.h"
 
 #include <mferror.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 
 namespace tvx
@@ -12,17 +14,19 @@ namespace tvx
 
 // One call of ISourceStream::RequestFrame and all work that derives from it: the context of that work. It ends when the
 // last item of that work is gone; until then the producer is still on its way to a frame, whoever answers the request
-// meanwhile.
-class SampleRequests::FrameRequest
+// meanwhile. It then goes back to where it can be used again.
+class SampleRequests::FrameRequest final : public IUnknown
 {
 public:
-    FrameRequest(std::shared_ptr<SampleRequests> requests, ISourceStream *stream)
-        : m_requests(std::move(requests)), m_stream(stream)
+    // The caller gets the only reference.
+    static CComPtr<FrameRequest> begin(std::unique_ptr<FrameRequest> frameRequest,
+                                       std::shared_ptr<SampleRequests> requests, ISourceStream *stream)
     {
+        frameRequest->m_requests = std::move(requests);
+        frameRequest->m_stream = stream;
+        frameRequest->m_result = S_FALSE;
+        return {frameRequest.release()};
     }
-    FrameRequest(const FrameRequest &) = delete;
-    FrameRequest &operator=(const FrameRequest &) = delete;
-    ~FrameRequest() { m_requests->frameRequestEnded(m_result); }
 
     HRESULT run()
     {
@@ -32,9 +36,35 @@ public:
         return m_result;
     }
 
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void **out) override
+    {
+        if (!out)
+            return E_POINTER;
+        if (IsEqualIID(iid, __uuidof(IUnknown)))
+            return GetInterface(this, out);
+        *out = nullptr;
+        return E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        const ULONG left = --m_references;
+        if (left == 0)
+            end();
+        return left;
+    }
+
 private:
-    const std::shared_ptr<SampleRequests> m_requests;
-    const CComPtr<ISourceStream> m_stream;
+    void end()
+    {
+        const std::shared_ptr<SampleRequests> requests = std::move(m_requests);
+        const CComPtr<ISourceStream> stream = std::move(m_stream);
+        requests->frameRequestEnded(std::unique_ptr<FrameRequest>(this), m_result);
+    }
+
+    std::atomic<ULONG> m_references{0};
+    std::shared_ptr<SampleRequests> m_requests;
+    CComPtr<ISourceStream> m_stream;
     HRESULT m_result = S_FALSE;
 };
 
@@ -47,6 +77,8 @@ SampleRequests::SampleRequests(ISourceStream *stream, const HnsTime &limit, cons
     if (requestQueue)
         m_requestQueue = *requestQueue;
 }
+
+SampleRequests::~SampleRequests() = default;
 
 bool SampleRequests::isAccepting() const
 {
@@ -61,7 +93,8 @@ HRESULT SampleRequests::request(IUnknown *token)
             return MF_E_SHUTDOWN;
         if (m_ended)
             return MF_E_END_OF_STREAM;
-        m_requests.emplace_back(token);
+        m_requests.pushBack(CComPtr<IUnknown>(token));
+        m_refusedFrameRequests = 0;
     }
     deliver();
     requestFrames();
@@ -72,7 +105,7 @@ HRESULT SampleRequests::append(Entry entry)
 {
     if (!m_stream)
         return MF_E_SHUTDOWN;
-    m_entries.push_back(std::move(entry));
+    m_entries.pushBack(std::move(entry));
     return S_OK;
 }
 
@@ -86,7 +119,7 @@ HRESULT SampleRequests::pushSample(IMFSample *sample)
             return MF_E_SHUTDOWN;
         if (!isAccepting())
             return S_FALSE;
-        m_entries.emplace_back(CComPtr<IMFSample>(sample));
+        m_entries.pushBack(CComPtr<IMFSample>(sample));
         ++m_waitingSamples;
         dropBeyondLimit();
     }
@@ -128,29 +161,30 @@ HRESULT SampleRequests::pushEndOfData()
 
 HRESULT SampleRequests::flush()
 {
-    std::deque<CComPtr<IUnknown>> requests;
-    std::deque<Entry> entries;
+    // Let go of without the lock.
+    RingBuffer<CComPtr<IUnknown>> requests;
+    RingBuffer<Entry> entries;
     const std::lock_guard<std::mutex> lock(m_mutex);
     if (!m_stream)
         return MF_E_SHUTDOWN;
-    requests.swap(m_requests);
-    entries.swap(m_entries);
+    std::swap(requests, m_requests);
+    std::swap(entries, m_entries);
     m_waitingSamples = 0;
+    m_refusedFrameRequests = 0;
     m_ended = false;
-    const auto lastChange = std::find_if(entries.rbegin(), entries.rend(),
-                                         [](const Entry &entry) { return std::holds_alternative<TypeChange>(entry); });
-    if (lastChange != entries.rend())
-        m_entries.push_back(std::move(*lastChange));
+    for (size_t left = entries.size(); left > 0 && m_entries.empty(); --left)
+        if (std::holds_alternative<TypeChange>(entries[left - 1]))
+            m_entries.pushBack(std::move(entries[left - 1]));
     return S_OK;
 }
 
 void SampleRequests::shutdown()
 {
-    std::deque<CComPtr<IUnknown>> requests;
-    std::deque<Entry> entries;
+    RingBuffer<CComPtr<IUnknown>> requests;
+    RingBuffer<Entry> entries;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    requests.swap(m_requests);
-    entries.swap(m_entries);
+    std::swap(requests, m_requests);
+    std::swap(entries, m_entries);
     m_waitingSamples = 0;
     m_stream = nullptr;
 }
@@ -167,34 +201,47 @@ void SampleRequests::dropBeyondLimit()
         LONGLONG time = 0;
         return sample && SUCCEEDED((*sample)->GetSampleTime(&time)) && m_limit < HnsTime(newest - time);
     };
-    const auto kept = std::remove_if(m_entries.begin(), m_entries.end(), isTooOld);
-    m_waitingSamples -= static_cast<size_t>(m_entries.end() - kept);
-    m_entries.erase(kept, m_entries.end());
+    for (size_t left = m_entries.size(); left > 0; --left) {
+        Entry entry = m_entries.takeFront();
+        if (isTooOld(entry))
+            --m_waitingSamples;
+        else
+            m_entries.pushBack(std::move(entry));
+    }
+}
+
+bool SampleRequests::isEndWaiting() const
+{
+    for (size_t index = 0; index < m_entries.size(); ++index)
+        if (std::holds_alternative<EndOfData>(m_entries[index]))
+            return true;
+    return false;
+}
+
+bool SampleRequests::isDeliverable(const Entry &first) const
+{
+    if (std::holds_alternative<CComPtr<IMFSample>>(first))
+        return !m_requests.empty();
+    // A type change goes with the sample behind it, or with the end when there is none.
+    if (std::holds_alternative<TypeChange>(first))
+        return m_waitingSamples > 0 ? !m_requests.empty() : isEndWaiting();
+    return true;
 }
 
 bool SampleRequests::takeDeliverable(Entry &entry, CComPtr<IUnknown> &token)
 {
-    if (!m_stream || m_entries.empty())
+    if (!m_stream || m_entries.empty() || !isDeliverable(m_entries.front()))
         return false;
-    Entry &first = m_entries.front();
-    const bool isSample = std::holds_alternative<CComPtr<IMFSample>>(first);
-    const bool isTypeChange = std::holds_alternative<TypeChange>(first);
-    if (isSample && m_requests.empty())
-        return false;
-    // A type change goes with the sample behind it.
-    if (isTypeChange && (m_requests.empty() || m_waitingSamples == 0))
-        return false;
-    if (isSample) {
-        token = std::move(m_requests.front());
-        m_requests.pop_front();
+    entry = m_entries.takeFront();
+    if (std::holds_alternative<CComPtr<IMFSample>>(entry)) {
+        token = m_requests.takeFront();
         --m_waitingSamples;
-    }
-    if (std::holds_alternative<EndOfData>(first)) {
+        m_refusedFrameRequests = std::min(m_refusedFrameRequests, m_requests.size());
+    } else if (std::holds_alternative<EndOfData>(entry)) {
         m_ended = true;
-        m_requests.clear();
+        while (!m_requests.empty())
+            m_requests.popBack();
     }
-    entry = std::move(first);
-    m_entries.pop_front();
     return true;
 }
 
@@ -249,31 +296,47 @@ void SampleRequests::deliverOne(ISourceStream *stream, const Entry &entry, IUnkn
 
 void SampleRequests::requestFrames()
 {
-    for (;;) {
-        std::shared_ptr<FrameRequest> frameRequest;
-        {
-            const std::lock_guard<std::mutex> lock(m_mutex);
-            if (!m_stream || m_frameRequests >= m_requests.size())
-                return;
-            frameRequest = std::make_shared<FrameRequest>(shared_from_this(), m_stream);
-            ++m_frameRequests;
+    std::unique_lock<std::mutex> lock(m_mutex);
+    if (m_requestingFrames)
+        return;
+    m_requestingFrames = true;
+    while (m_stream && m_requests.size() > m_frameRequests + m_refusedFrameRequests) {
+        std::unique_ptr<FrameRequest> idle;
+        if (m_idleFrameRequests.empty()) {
+            idle = std::make_unique<FrameRequest>();
+        } else {
+            idle = std::move(m_idleFrameRequests.back());
+            m_idleFrameRequests.pop_back();
         }
-        const WorkContext::Scope scope(frameRequest);
-        if (m_requestQueue)
-            m_requestQueue->push([frameRequest] { return frameRequest->run(); });
-        else
-            frameRequest->run();
+        CComPtr<FrameRequest> frameRequest = FrameRequest::begin(std::move(idle), shared_from_this(), m_stream);
+        ++m_frameRequests;
+        lock.unlock();
+        startFrameRequest(*frameRequest.p);
+        frameRequest.Release();
+        lock.lock();
     }
+    m_requestingFrames = false;
 }
 
-void SampleRequests::frameRequestEnded(HRESULT result)
+void SampleRequests::startFrameRequest(FrameRequest &frameRequest)
+{
+    const WorkContext::Scope scope(&frameRequest);
+    if (m_requestQueue)
+        m_requestQueue->push([&frameRequest] { return frameRequest.run(); });
+    else
+        frameRequest.run();
+}
+
+void SampleRequests::frameRequestEnded(std::unique_ptr<FrameRequest> frameRequest, HRESULT result)
 {
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         --m_frameRequests;
+        if (result != S_OK && m_refusedFrameRequests < m_requests.size())
+            ++m_refusedFrameRequests;
+        m_idleFrameRequests.push_back(std::move(frameRequest));
     }
-    if (result == S_OK)
-        requestFrames();
+    requestFrames();
 }
 
 namespace

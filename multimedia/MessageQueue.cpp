@@ -4,13 +4,13 @@
 #include "hostfw/ComException.h"
 #include "hostfw/ComPtr.h"
 #include "multimedia/Log.h"
+#include "multimedia/RingBuffer.h"
 #include "multimedia/WorkContext.h"
 
 #include <mfapi.h>
 #include <mferror.h>
 #include <mfobjects.h>
 
-#include <deque>
 #include <mutex>
 
 namespace tvx
@@ -21,7 +21,7 @@ namespace
 
 struct Item {
     std::function<HRESULT()> function;
-    std::shared_ptr<void> context;
+    CComPtr<IUnknown> context;
 };
 
 // Nothing that a function does may keep the next one from running.
@@ -67,12 +67,12 @@ public:
     HRESULT push(Item item)
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        m_items.push_back(std::move(item));
+        m_items.pushBack(std::move(item));
         if (m_underWay)
             return S_OK;
         const HRESULT hr = putStep();
         if (FAILED(hr))
-            m_items.pop_back();
+            m_items.popBack();
         return hr;
     }
 
@@ -114,8 +114,7 @@ private:
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         {
-            const Item item = std::move(m_items.front());
-            m_items.pop_front();
+            const Item item = m_items.takeFront();
             lock.unlock();
             run(item);
         }
@@ -134,7 +133,7 @@ private:
     CComPtr<Step> m_step;
 
     std::mutex m_mutex;
-    std::deque<Item> m_items;         // guarded by m_mutex
+    RingBuffer<Item> m_items;         // guarded by m_mutex
     std::shared_ptr<Impl> m_underWay; // set while a work item is; guarded by m_mutex
 };
 

@@ -1,7 +1,7 @@
 #include "multimedia/WorkContext.h"
 
-std::shared_ptr<void> &WorkContext::slot()
+CComPtr<IUnknown> &WorkContext::slot()
 {
-    static thread_local std::shared_ptr<void> context;
+    static thread_local CComPtr<IUnknown> context;
     return context;
 }
