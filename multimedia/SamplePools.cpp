@@ -4,31 +4,59 @@
 
 #include <mfapi.h>
 
+#include <mutex>
+
 namespace tvx
 {
 
 namespace
 {
 
-CComPtr<SampleRecycler> makeRecycler(DWORD count)
+// A pool's recycler: a new one after each reset, so that samples handed out before come back to one that is closed.
+// Thread-safe.
+class CurrentRecycler
 {
-    return CComPtr<SampleRecycler>(new SampleRecycler(count));
-}
+public:
+    explicit CurrentRecycler(DWORD limit) : m_limit(limit), m_recycler(new SampleRecycler(limit)) {}
+    CurrentRecycler(const CurrentRecycler &) = delete;
+    CurrentRecycler &operator=(const CurrentRecycler &) = delete;
+    ~CurrentRecycler() { m_recycler->close(); }
+
+    CComPtr<SampleRecycler> get() const
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_recycler;
+    }
+    void reset()
+    {
+        CComPtr<SampleRecycler> recycler(new SampleRecycler(m_limit));
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            std::swap(recycler, m_recycler);
+        }
+        recycler->close();
+    }
+
+private:
+    const DWORD m_limit;
+    mutable std::mutex m_mutex;
+    CComPtr<SampleRecycler> m_recycler; // guarded by m_mutex
+};
 
 class FixedPool : public ISamplePoolFixed
 {
 public:
     FixedPool(std::function<HRESULT()> allocator, std::function<HRESULT(IMFSample **)> factory, DWORD count)
-        : m_allocator(std::move(allocator)), m_factory(std::move(factory)), m_recycler(makeRecycler(count))
+        : m_allocator(std::move(allocator)), m_factory(std::move(factory)), m_recycler(count)
     {
     }
-    ~FixedPool() override { m_recycler->close(); }
 
     HRESULT Pop(IMFSample **sample) override
     {
         if (!sample)
             return E_POINTER;
-        CComPtr<IMFSample> popped = m_recycler->take();
+        const CComPtr<SampleRecycler> recycler = m_recycler.get();
+        CComPtr<IMFSample> popped = recycler->take();
         if (!popped) {
             HRESULT hr = m_allocator ? m_allocator() : S_OK;
             if (SUCCEEDED(hr))
@@ -37,37 +65,36 @@ public:
                 return hr;
         }
         if (popped)
-            m_recycler->track(popped);
+            recycler->track(popped);
         *sample = popped.Detach();
         return S_OK;
     }
 
     HRESULT Reset() override
     {
-        m_recycler->reset();
+        m_recycler.reset();
         return S_OK;
     }
 
 private:
     const std::function<HRESULT()> m_allocator;
     const std::function<HRESULT(IMFSample **)> m_factory;
-    const CComPtr<SampleRecycler> m_recycler;
+    CurrentRecycler m_recycler;
 };
 
 class FlexiblePool : public ISamplePoolFlexible
 {
 public:
-    FlexiblePool(std::function<HRESULT()> allocator, DWORD count)
-        : m_allocator(std::move(allocator)), m_recycler(makeRecycler(count))
+    FlexiblePool(std::function<HRESULT()> allocator, DWORD count) : m_allocator(std::move(allocator)), m_recycler(count)
     {
     }
-    ~FlexiblePool() override { m_recycler->close(); }
 
     HRESULT Pop(IMFSample **sample, DWORD size) override
     {
         if (!sample)
             return E_POINTER;
-        CComPtr<IMFSample> popped = m_recycler->take();
+        const CComPtr<SampleRecycler> recycler = m_recycler.get();
+        CComPtr<IMFSample> popped = recycler->take();
         HRESULT hr = S_OK;
         if (!popped) {
             hr = m_allocator ? m_allocator() : S_OK;
@@ -78,14 +105,14 @@ public:
             hr = provideBuffer(popped, size);
         if (FAILED(hr))
             return hr;
-        m_recycler->track(popped);
+        recycler->track(popped);
         *sample = popped.Detach();
         return S_OK;
     }
 
     HRESULT Reset() override
     {
-        m_recycler->reset();
+        m_recycler.reset();
         return S_OK;
     }
 
@@ -112,7 +139,7 @@ private:
     }
 
     const std::function<HRESULT()> m_allocator;
-    const CComPtr<SampleRecycler> m_recycler;
+    CurrentRecycler m_recycler;
 };
 
 } // namespace

@@ -5,15 +5,6 @@
 namespace tvx
 {
 
-namespace
-{
-
-// Which generation of its pool a sample in use belongs to.
-// {6C8F0B7D-62B2-4C52-9C52-0B3B6A1E7C11}
-constexpr GUID generationAttribute = {0x6c8f0b7d, 0x62b2, 0x4c52, {0x9c, 0x52, 0x0b, 0x3b, 0x6a, 0x1e, 0x7c, 0x11}};
-
-} // namespace
-
 SampleRecycler::SampleRecycler(DWORD limit) : CUnknown(L"SampleRecycler", nullptr), m_limit(limit)
 {
     m_idle.reserve(limit);
@@ -46,12 +37,10 @@ HRESULT SampleRecycler::Invoke(IMFAsyncResult *result)
 
 void SampleRecycler::keep(CComPtr<IMFSample> sample)
 {
-    UINT32 generation = 0;
-    sample->GetUINT32(generationAttribute, &generation);
     // Clearing may release objects that call back here, so it happens before the lock is taken.
     sample->DeleteAllItems();
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (!m_closed && generation == m_generation && m_idle.size() < m_limit)
+    if (!m_closed && m_idle.size() < m_limit)
         m_idle.push_back(std::move(sample));
 }
 
@@ -74,22 +63,8 @@ CComPtr<IMFSample> SampleRecycler::take()
 void SampleRecycler::track(IMFSample *sample)
 {
     CComPtr<IMFTrackedSample> tracked;
-    if (FAILED(sample->QueryInterface(__uuidof(IMFTrackedSample), reinterpret_cast<void **>(&tracked))))
-        return;
-    {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        sample->SetUINT32(generationAttribute, m_generation);
-    }
-    tracked->SetAllocator(this, nullptr);
-}
-
-void SampleRecycler::reset()
-{
-    std::vector<CComPtr<IMFSample>> freed;
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    freed.swap(m_idle);
-    m_idle.reserve(m_limit);
-    ++m_generation;
+    if (SUCCEEDED(sample->QueryInterface(__uuidof(IMFTrackedSample), reinterpret_cast<void **>(&tracked))))
+        tracked->SetAllocator(this, nullptr);
 }
 
 void SampleRecycler::close()

@@ -14,7 +14,7 @@ namespace tvx
 {
 
 // Where tracked samples come back to when their last reference goes, on whatever thread that happens. Shared by a pool
-// and by its samples in use: it outlives the pool.
+// and by its samples in use: it outlives the pool, and the pool's forgetting it.
 class SampleRecycler : public IMFAsyncCallback, public CUnknown
 {
 public:
@@ -30,9 +30,7 @@ public:
     CComPtr<IMFSample> take();
     // Makes the sample come back here. A sample that cannot be tracked is left alone.
     void track(IMFSample *sample);
-    // Frees the idle samples; those in use will be freed when they come back.
-    void reset();
-    // As reset, for good.
+    // Frees the idle samples, and from now on those that come back.
     void close();
 
 private:
@@ -41,8 +39,6 @@ private:
     const DWORD m_limit;
     std::mutex m_mutex; // guards everything below
     std::vector<CComPtr<IMFSample>> m_idle;
-    // Samples of an earlier generation are not kept: reset() came after they were handed out.
-    UINT32 m_generation = 0;
     bool m_closed = false;
 };
 

@@ -1,0 +1,373 @@
+#include "hostfw/SamplePool.h"
+#include "hostfw/ComPtr.h"
+#include "tests/multimedia/Recorded.h"
+
+#include <gtest/gtest.h>
+
+#include <mfapi.h>
+#include <mferror.h>
+#include <mfidl.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace
+{
+
+using Sample = CComPtr<IMFSample>;
+
+constexpr GUID someAttribute = {0x3c0a36c3, 0x9b6b, 0x4e62, {0x8a, 0x53, 0x10, 0x2a, 0x0a, 0x7d, 0x41, 0xd5}};
+constexpr DWORD bufferSize = 64;
+
+HRESULT makeTrackedSample(IMFSample **out)
+{
+    CComPtr<IMFTrackedSample> tracked;
+    CComPtr<IMFMediaBuffer> buffer;
+    HRESULT hr = MFCreateTrackedSample(&tracked);
+    if (SUCCEEDED(hr))
+        hr = MFCreateMemoryBuffer(bufferSize, &buffer);
+    if (FAILED(hr))
+        return hr;
+    Sample sample;
+    hr = tracked->QueryInterface(__uuidof(IMFSample), reinterpret_cast<void **>(&sample));
+    if (SUCCEEDED(hr))
+        hr = sample->AddBuffer(buffer);
+    return SUCCEEDED(hr) ? sample.CopyTo(out) : hr;
+}
+
+void fill(IMFSample *sample)
+{
+    sample->SetUINT32(someAttribute, 1);
+    sample->SetSampleTime(10);
+    sample->SetSampleDuration(20);
+    sample->SetSampleFlags(30);
+}
+
+void expectCleared(IMFSample *sample)
+{
+    UINT32 attributes = 1;
+    LONGLONG time = 1;
+    LONGLONG duration = 1;
+    DWORD flags = 1;
+    sample->GetCount(&attributes);
+    sample->GetSampleTime(&time);
+    sample->GetSampleDuration(&duration);
+    sample->GetSampleFlags(&flags);
+    EXPECT_EQ(attributes, 0U);
+    EXPECT_EQ(time, 0);
+    EXPECT_EQ(duration, 0);
+    EXPECT_EQ(flags, 0U);
+}
+
+class FixedSamplePool : public testing::Test
+{
+protected:
+    static constexpr DWORD limit = 3;
+
+    Sample pop()
+    {
+        Sample sample;
+        EXPECT_EQ(m_pool->Pop(&sample), S_OK);
+        return sample;
+    }
+    std::vector<Sample> pop(int count)
+    {
+        std::vector<Sample> samples;
+        while (count-- > 0)
+            samples.push_back(pop());
+        return samples;
+    }
+
+    int m_allocatorCalls = 0;
+    int m_factoryCalls = 0;
+    std::unique_ptr<tvx::ISamplePoolFixed> m_pool{tvx::createFixedSizeSamplePool(
+        nullptr,
+        [this] {
+            ++m_allocatorCalls;
+            return S_OK;
+        },
+        [this](IMFSample **sample) {
+            ++m_factoryCalls;
+            return makeTrackedSample(sample);
+        },
+        limit)};
+};
+
+class FlexibleSamplePool : public testing::Test
+{
+protected:
+    static constexpr DWORD limit = 3;
+
+    Sample pop(DWORD size)
+    {
+        Sample sample;
+        EXPECT_EQ(m_pool->Pop(&sample, size), S_OK);
+        return sample;
+    }
+
+    int m_allocatorCalls = 0;
+    std::unique_ptr<tvx::ISamplePoolFlexible> m_pool{tvx::createFlexibleSamplePool(
+        nullptr,
+        [this] {
+            ++m_allocatorCalls;
+            return S_OK;
+        },
+        limit)};
+};
+
+CComPtr<IMFMediaBuffer> bufferOf(IMFSample *sample)
+{
+    CComPtr<IMFMediaBuffer> buffer;
+    EXPECT_EQ(sample->GetBufferByIndex(0, &buffer), S_OK);
+    return buffer;
+}
+
+} // namespace
+
+TEST_F(FixedSamplePool, MakesNothingBeforeItIsAsked)
+{
+    EXPECT_EQ(m_factoryCalls, 0);
+}
+
+TEST_F(FixedSamplePool, UsesOneSampleForAStreamWhoseConsumerHoldsOne)
+{
+    for (int frame = 0; frame < 100; ++frame)
+        pop();
+    EXPECT_EQ(m_factoryCalls, 1);
+    EXPECT_EQ(m_allocatorCalls, 1);
+}
+
+TEST_F(FixedSamplePool, MakesAnotherWhenAllAreInUse)
+{
+    const std::vector<Sample> samples = pop(limit + 2);
+    EXPECT_EQ(m_factoryCalls, static_cast<int>(limit) + 2);
+}
+
+TEST_F(FixedSamplePool, KeepsNoMoreIdleSamplesThanItsLimit)
+{
+    pop(limit + 2);
+    ASSERT_EQ(m_factoryCalls, static_cast<int>(limit) + 2);
+    const std::vector<Sample> samples = pop(limit);
+    EXPECT_EQ(m_factoryCalls, static_cast<int>(limit) + 2);
+    pop();
+    EXPECT_EQ(m_factoryCalls, static_cast<int>(limit) + 3);
+}
+
+TEST_F(FixedSamplePool, HandsOutClearedSamplesWithTheirBuffers)
+{
+    CComPtr<IMFMediaBuffer> buffer;
+    {
+        const Sample sample = pop();
+        buffer = bufferOf(sample);
+        fill(sample);
+    }
+    const Sample recycled = pop();
+    ASSERT_EQ(m_factoryCalls, 1);
+    expectCleared(recycled);
+    EXPECT_EQ(bufferOf(recycled).p, buffer.p);
+}
+
+TEST_F(FixedSamplePool, AddsNothingToAFreshSample)
+{
+    UINT32 attributes = 1;
+    pop()->GetCount(&attributes);
+    EXPECT_EQ(attributes, 0U);
+}
+
+TEST_F(FixedSamplePool, ResetMakesSamplesAnew)
+{
+    const Sample inUse = pop();
+    pop();
+    ASSERT_EQ(m_factoryCalls, 2);
+    EXPECT_EQ(m_pool->Reset(), S_OK);
+    pop();
+    EXPECT_EQ(m_factoryCalls, 3);
+}
+
+TEST_F(FixedSamplePool, SamplesInUseDoNotComeBackAfterReset)
+{
+    Sample inUse = pop();
+    m_pool->Reset();
+    inUse.Release();
+    pop();
+    EXPECT_EQ(m_factoryCalls, 2);
+}
+
+TEST_F(FixedSamplePool, RecyclesAfterResetWhateverTheConsumerDoesToAttributes)
+{
+    m_pool->Reset();
+    pop()->DeleteAllItems();
+    pop();
+    EXPECT_EQ(m_factoryCalls, 1);
+}
+
+TEST_F(FixedSamplePool, TakesSamplesBackOnAnyThread)
+{
+    constexpr int frames = 2000;
+    for (int frame = 0; frame < frames; ++frame) {
+        std::vector<Sample> samples = pop(1);
+        if (frame % 100 == 0)
+            std::thread([taken = std::move(samples)]() mutable { taken.clear(); }).join();
+    }
+    EXPECT_EQ(m_factoryCalls, 1);
+}
+
+TEST_F(FixedSamplePool, ServesThreadsThatPopAndReleaseAtTheSameTime)
+{
+    std::unique_ptr<tvx::ISamplePoolFixed> pool(tvx::createFixedSizeSamplePool(nullptr, {}, &makeTrackedSample, limit));
+    Recorded<HRESULT> failures;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([&] {
+            for (int frame = 0; frame < 500; ++frame) {
+                Sample sample;
+                const HRESULT hr = pool->Pop(&sample);
+                if (FAILED(hr))
+                    failures.add(hr);
+                else
+                    fill(sample);
+                if (frame % 100 == 0)
+                    pool->Reset();
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(failures.count(), 0U);
+}
+
+TEST_F(FixedSamplePool, SamplesOutliveThePool)
+{
+    Sample sample = pop();
+    m_pool.reset();
+    fill(sample);
+    EXPECT_EQ(sample.p->AddRef(), 2U);
+    sample.p->Release();
+    EXPECT_EQ(bufferOf(sample)->SetCurrentLength(bufferSize), S_OK);
+}
+
+TEST_F(FixedSamplePool, PassesTheFactorysFailureOn)
+{
+    const std::unique_ptr<tvx::ISamplePoolFixed> pool(tvx::createFixedSizeSamplePool(
+        nullptr, {}, [](IMFSample **) { return MF_E_INVALIDMEDIATYPE; }, limit));
+    Sample sample;
+    EXPECT_EQ(pool->Pop(&sample), MF_E_INVALIDMEDIATYPE);
+    EXPECT_EQ(sample.p, nullptr);
+}
+
+TEST_F(FixedSamplePool, AsksTheAllocatorBeforeTheFactory)
+{
+    const std::unique_ptr<tvx::ISamplePoolFixed> pool(tvx::createFixedSizeSamplePool(
+        nullptr, [] { return E_OUTOFMEMORY; },
+        [this](IMFSample **sample) {
+            ++m_factoryCalls;
+            return makeTrackedSample(sample);
+        },
+        limit));
+    Sample sample;
+    EXPECT_EQ(pool->Pop(&sample), E_OUTOFMEMORY);
+    EXPECT_EQ(m_factoryCalls, 0);
+}
+
+TEST_F(FixedSamplePool, GivesSamplesThatCannotBeTrackedAway)
+{
+    const std::unique_ptr<tvx::ISamplePoolFixed> pool(tvx::createFixedSizeSamplePool(
+        nullptr, {},
+        [this](IMFSample **sample) {
+            ++m_factoryCalls;
+            return MFCreateSample(sample);
+        },
+        limit));
+    for (int frame = 0; frame < 2; ++frame) {
+        Sample sample;
+        ASSERT_EQ(pool->Pop(&sample), S_OK);
+    }
+    EXPECT_EQ(m_factoryCalls, 2);
+}
+
+TEST_F(FixedSamplePool, RefusesToPopNowhere)
+{
+    EXPECT_EQ(m_pool->Pop(nullptr), E_POINTER);
+}
+
+TEST_F(FlexibleSamplePool, GivesOneEmptyBufferOfTheSize)
+{
+    const Sample sample = pop(1000);
+    DWORD buffers = 0;
+    DWORD length = 1;
+    DWORD room = 0;
+    sample->GetBufferCount(&buffers);
+    bufferOf(sample)->GetCurrentLength(&length);
+    bufferOf(sample)->GetMaxLength(&room);
+    EXPECT_EQ(buffers, 1U);
+    EXPECT_EQ(length, 0U);
+    EXPECT_GE(room, 1000U);
+}
+
+TEST_F(FlexibleSamplePool, KeepsABufferThatIsLargeEnough)
+{
+    CComPtr<IMFMediaBuffer> buffer;
+    {
+        const Sample sample = pop(1000);
+        buffer = bufferOf(sample);
+        buffer->SetCurrentLength(1000);
+        fill(sample);
+    }
+    const Sample smaller = pop(500);
+    DWORD length = 1;
+    buffer->GetCurrentLength(&length);
+    EXPECT_EQ(bufferOf(smaller).p, buffer.p);
+    EXPECT_EQ(length, 0U);
+    EXPECT_EQ(m_allocatorCalls, 1);
+    expectCleared(smaller);
+}
+
+TEST_F(FlexibleSamplePool, ReplacesABufferThatIsTooSmall)
+{
+    pop(500);
+    const Sample larger = pop(1000);
+    DWORD buffers = 0;
+    DWORD room = 0;
+    larger->GetBufferCount(&buffers);
+    bufferOf(larger)->GetMaxLength(&room);
+    EXPECT_EQ(buffers, 1U);
+    EXPECT_GE(room, 1000U);
+    EXPECT_EQ(m_allocatorCalls, 1);
+}
+
+TEST_F(FlexibleSamplePool, MakesAnotherWhenAllAreInUse)
+{
+    std::vector<Sample> samples;
+    for (DWORD index = 0; index < limit + 2; ++index)
+        samples.push_back(pop(10));
+    EXPECT_EQ(m_allocatorCalls, static_cast<int>(limit) + 2);
+    samples.clear();
+    for (DWORD index = 0; index < limit; ++index)
+        samples.push_back(pop(10));
+    EXPECT_EQ(m_allocatorCalls, static_cast<int>(limit) + 2);
+}
+
+TEST_F(FlexibleSamplePool, ResetMakesSamplesAnew)
+{
+    const Sample inUse = pop(10);
+    pop(10);
+    m_pool->Reset();
+    pop(10);
+    EXPECT_EQ(m_allocatorCalls, 3);
+}
+
+TEST_F(FlexibleSamplePool, SamplesOutliveThePool)
+{
+    const Sample sample = pop(10);
+    m_pool.reset();
+    EXPECT_EQ(bufferOf(sample)->SetCurrentLength(10), S_OK);
+}
+
+TEST_F(FlexibleSamplePool, PassesTheAllocatorsFailureOn)
+{
+    const std::unique_ptr<tvx::ISamplePoolFlexible> pool(tvx::createFlexibleSamplePool(
+        nullptr, [] { return E_OUTOFMEMORY; }, limit));
+    Sample sample;
+    EXPECT_EQ(pool->Pop(&sample, 10), E_OUTOFMEMORY);
+    EXPECT_EQ(pool->Pop(nullptr, 10), E_POINTER);
+}
