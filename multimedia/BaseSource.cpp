@@ -380,6 +380,8 @@ HRESULT CBaseSource::OnSeek(IMFAsyncResult *result)
     const HRESULT hr = SelectStreams(operation->descriptor, operation->position, true);
     if (SUCCEEDED(hr))
         m_impl->state = State::Started;
+    else
+        m_impl->wanted = m_impl->state;
     const HRESULT queued = QueueEvent(MESourceSeeked, GUID_NULL, hr, &operation->position);
     return FAILED(hr) ? hr : queued;
 }
@@ -419,6 +421,8 @@ HRESULT CBaseSource::OnPause(IMFAsyncResult * /*result*/)
     }
     if (SUCCEEDED(hr))
         m_impl->state = State::Paused;
+    else
+        m_impl->wanted = m_impl->state;
     const HRESULT queued = QueueEvent(MESourcePaused, GUID_NULL, hr, nullptr);
     return FAILED(hr) ? hr : queued;
 }

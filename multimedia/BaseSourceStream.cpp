@@ -20,6 +20,15 @@ public:
     {
     }
 
+    // The lock must be held.
+    HRESULT adopt(IMFMediaType *type)
+    {
+        currentType = type;
+        CComPtr<IMFMediaTypeHandler> handler;
+        const HRESULT hr = descriptor ? descriptor->GetMediaTypeHandler(&handler) : MF_E_NOT_INITIALIZED;
+        return SUCCEEDED(hr) ? handler->SetCurrentMediaType(type) : hr;
+    }
+
     tvx::ISource *const source;
     const DWORD identifier;
     const CComPtr<tvx::CBaseEventGenerator> events;
@@ -174,8 +183,7 @@ HRESULT CBaseSourceStream::SetMediaType(IMFMediaType *type)
     if (FAILED(hr))
         return hr;
     const AutoLock lock(m_streamLock);
-    m_impl->currentType = type;
-    return S_OK;
+    return m_impl->adopt(type);
 }
 
 HRESULT CBaseSourceStream::MediaTypeChanged(IMFMediaType *type)
@@ -186,10 +194,7 @@ HRESULT CBaseSourceStream::MediaTypeChanged(IMFMediaType *type)
         const AutoLock lock(m_streamLock);
         if (m_impl->shutDown)
             return MF_E_SHUTDOWN;
-        m_impl->currentType = type;
-        CComPtr<IMFMediaTypeHandler> handler;
-        if (m_impl->descriptor && SUCCEEDED(m_impl->descriptor->GetMediaTypeHandler(&handler)))
-            handler->SetCurrentMediaType(type);
+        m_impl->adopt(type);
     }
     PROPVARIANT value;
     PropVariantInit(&value);
