@@ -1,5 +1,7 @@
 #include "hostfw/MediaNode.h"
 
+#include <algorithm>
+
 MediaNode::MediaNode() = default;
 
 MediaNode::~MediaNode() = default;
@@ -43,6 +45,7 @@ std::vector<CComPtr<IMFTopologyNode>> MediaNode::takeMfNodes()
 
 void MediaNode::setInputCount(int count)
 {
+    count = std::max(count, 0);
     while (inputCount() > count)
         m_inputs.pop_back();
     while (inputCount() < count)
@@ -51,6 +54,7 @@ void MediaNode::setInputCount(int count)
 
 void MediaNode::setOutputCount(int count)
 {
+    count = std::max(count, 0);
     while (outputCount() > count)
         m_outputs.pop_back();
     while (outputCount() < count)
