@@ -2,6 +2,8 @@
 
 #include "hostfw/BaseSource.h"
 #include "hostfw/BaseSourceStream.h"
+#include "hostfw/ComException.h"
+#include "hostfw/Topology.h"
 #include "tests/multimedia/FakeStream.h"
 
 #include <gmock/gmock.h>
@@ -455,4 +457,49 @@ TEST_F(BaseSource, TakesNothingButADeviceManager)
 {
     EXPECT_EQ(m_source->SetD3DManager(makeMediaType()), E_NOINTERFACE);
     EXPECT_EQ(m_source->SetD3DManager(nullptr), S_OK);
+}
+
+TEST_F(BaseSource, CleanDescriptorHasEveryStreamDeselected)
+{
+    const CComPtr<IMFPresentationDescriptor> clean = getCleanPresentationDescriptor(m_source);
+    for (DWORD index = 0; index < 2; ++index) {
+        BOOL selected = TRUE;
+        CComPtr<IMFStreamDescriptor> streamDescriptor;
+        ASSERT_EQ(clean->GetStreamDescriptorByIndex(index, &selected, &streamDescriptor), S_OK);
+        EXPECT_FALSE(selected);
+    }
+}
+
+TEST_F(BaseSource, HasATopologyNodeForEachKindOfStream)
+{
+    DWORD index = 99;
+    const CComPtr<IMFTopologyNode> node = createMediaSourceNode(m_source, m_descriptor, MFMediaType_Audio, &index);
+    ASSERT_NE(node.p, nullptr);
+    EXPECT_EQ(index, 1U);
+    MF_TOPOLOGY_TYPE type = MF_TOPOLOGY_MAX;
+    node->GetNodeType(&type);
+    EXPECT_EQ(type, MF_TOPOLOGY_SOURCESTREAM_NODE);
+    CComPtr<IMFMediaSource> source;
+    CComPtr<IMFStreamDescriptor> streamDescriptor;
+    DWORD identifier = 99;
+    EXPECT_EQ(node->GetUnknown(MF_TOPONODE_SOURCE, __uuidof(IMFMediaSource), reinterpret_cast<void **>(&source)), S_OK);
+    ASSERT_EQ(node->GetUnknown(MF_TOPONODE_STREAM_DESCRIPTOR, __uuidof(IMFStreamDescriptor),
+                               reinterpret_cast<void **>(&streamDescriptor)),
+              S_OK);
+    streamDescriptor->GetStreamIdentifier(&identifier);
+    EXPECT_TRUE(source.IsEqualObject(static_cast<IMFMediaSource *>(m_source.p)));
+    EXPECT_EQ(identifier, 1U);
+}
+
+TEST_F(BaseSource, HasNoTopologyNodeForAKindItLacks)
+{
+    DWORD index = 99;
+    EXPECT_EQ(createMediaSourceNode(m_source, m_descriptor, MFMediaType_Binary, &index).p, nullptr);
+    EXPECT_EQ(index, 99U);
+}
+
+TEST_F(BaseSource, ThrowsWhenThereIsNoDescriptorAfterShutdown)
+{
+    m_source->Shutdown();
+    EXPECT_THROW(getCleanPresentationDescriptor(m_source), ComException);
 }
