@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/com/ComObject.h"
+#include "platform/com/RecycledMemory.h"
 
 #include <mfapi.h>
 
@@ -11,7 +12,7 @@ namespace winmedia
 
 // What an asynchronous operation hands to its callback. It holds object, callback and state, and keeps the platform
 // up while it lives. Made by createAsyncResult(); it deletes itself when the last reference goes.
-class AsyncResult final : public MFASYNCRESULT
+class AsyncResult final : public MFASYNCRESULT, public RecycledMemory<AsyncResult>
 {
 public:
     AsyncResult(IUnknown *object, IMFAsyncCallback *callback, IUnknown *state);

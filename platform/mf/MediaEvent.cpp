@@ -1,3 +1,4 @@
+#include "platform/com/RecycledMemory.h"
 #include "platform/mf/AttributeStore.h"
 
 #include <mfapi.h>
@@ -8,7 +9,7 @@ namespace winmedia
 namespace
 {
 
-class MediaEvent final : public AttributesObject<IMFMediaEvent>
+class MediaEvent final : public AttributesObject<IMFMediaEvent>, public RecycledMemory<MediaEvent>
 {
 public:
     MediaEvent(MediaEventType type, REFGUID extendedType, HRESULT status, Value value)
