@@ -30,9 +30,8 @@ function(tavrin_add_test name)
   endif()
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
-  if(arg_ENVIRONMENT)
-    set_tests_properties(${name} PROPERTIES ENVIRONMENT "${arg_ENVIRONMENT}")
-  endif()
+  # GTEST_BRIEF: of a program that fails, ctest shows the tests that failed, not the hundreds that passed.
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT "GTEST_BRIEF=1;${arg_ENVIRONMENT}")
 endfunction()
 
 # tavrin_link_ndi(NAME): links the NDI runtime without saying where it is. The loader's search path decides whether the

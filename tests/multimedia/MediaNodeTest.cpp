@@ -164,7 +164,8 @@ TEST_F(NodePins, BothLoseTheConnectionsTheyHad)
 TEST_F(NodePins, BothEndsAgreeBeforeAnyoneHearsOfIt)
 {
     bool agreed = false;
-    QObject::connect(output(0), &NodeOutput::connectedInputChanged,
+    const QObject scope; // the connection ends before what it refers to
+    QObject::connect(output(0), &NodeOutput::connectedInputChanged, &scope,
                      [&] { agreed = input(0)->getConnectedOutput() == output(0); });
     output(0)->connectTo(input(0));
     EXPECT_TRUE(agreed);
