@@ -95,7 +95,7 @@ TEST_F(NDISourceMFLifecycleTest, ARestartWithoutAFinderIsAnErrorEvent)
 {
     const auto source = stoppedSource(parameters());
     ndi.refuseFinders(true);
-    start(source);
+    beginStart(source);
     const auto event = waitForEvent(source, MEError);
     ASSERT_TRUE(event);
     EXPECT_EQ(E_POINTER, statusOf(event));
@@ -107,7 +107,7 @@ TEST_F(NDISourceMFLifecycleTest, ARestartWithoutAReceiverIsAnErrorEvent)
 {
     const auto source = stoppedSource(parameters());
     ndi.refuseReceivers(true);
-    start(source);
+    beginStart(source);
     const auto event = waitForEvent(source, MEError);
     ASSERT_TRUE(event);
     EXPECT_EQ(E_POINTER, statusOf(event));

@@ -45,13 +45,20 @@ CComPtr<NDISourceMF> SourceTest::makeSource(const SourceParameters &params)
     return source;
 }
 
-void SourceTest::start(NDISourceMF *source)
+CComPtr<IMFPresentationDescriptor> SourceTest::beginStart(NDISourceMF *source)
 {
     CComPtr<IMFPresentationDescriptor> descriptor;
-    ASSERT_EQ(S_OK, source->CreatePresentationDescriptor(&descriptor));
+    EXPECT_EQ(S_OK, source->CreatePresentationDescriptor(&descriptor));
     PROPVARIANT position;
     PropVariantInit(&position);
-    ASSERT_EQ(S_OK, source->Start(descriptor, nullptr, &position));
+    EXPECT_EQ(S_OK, source->Start(descriptor, nullptr, &position));
+    return descriptor;
+}
+
+void SourceTest::start(NDISourceMF *source)
+{
+    const CComPtr<IMFPresentationDescriptor> descriptor = beginStart(source);
+    ASSERT_TRUE(descriptor);
     DWORD count = 0;
     descriptor->GetStreamDescriptorCount(&count);
     while (streams.size() < count) {

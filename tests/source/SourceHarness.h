@@ -22,6 +22,8 @@ protected:
     static SourceParameters parameters(bool video = true, bool audio = true);
     // A source for those parameters; the sender is on the network.
     CComPtr<NDISourceMF> makeSource(const SourceParameters &params = parameters());
+    // Starts every stream without waiting. A failed start is told by events that come in no fixed order.
+    static CComPtr<IMFPresentationDescriptor> beginStart(NDISourceMF *source);
     // Starts every stream and keeps the streams by their order in the descriptor.
     void start(NDISourceMF *source);
     // The next event of that kind; others before it are dropped. Fails the test after a deadline.
