@@ -10,12 +10,40 @@
 #include <QtCore/QStringList>
 #include <QtCore/QTimeZone>
 
+#include <algorithm>
+#include <iterator>
+#include <limits>
+
 namespace
 {
 
 // Qt's own operators follow nesting without bound and reserve as many elements as the bytes claim; containers of values
-// are therefore read here, element by element, and everything else by Qt.
+// are therefore read here, element by element.
 constexpr int maxNesting = 64;
+
+// What Qt reads within the bytes that are there, without recursion, whatever they are.
+constexpr QMetaType::Type plainTypes[] = {
+    // no value, and numbers
+    QMetaType::UnknownType, QMetaType::Nullptr, QMetaType::Bool, QMetaType::Char, QMetaType::SChar, QMetaType::UChar,
+    QMetaType::Short, QMetaType::UShort, QMetaType::Int, QMetaType::UInt, QMetaType::Long, QMetaType::ULong,
+    QMetaType::LongLong, QMetaType::ULongLong, QMetaType::Float, QMetaType::Double,
+    // text, bytes, names and times
+    QMetaType::QChar, QMetaType::QString, QMetaType::QByteArray, QMetaType::QUrl, QMetaType::QUuid, QMetaType::QLocale,
+    QMetaType::QRegularExpression, QMetaType::QDate, QMetaType::QTime, QMetaType::QDateTime,
+    // places and sizes
+    QMetaType::QPoint, QMetaType::QPointF, QMetaType::QSize, QMetaType::QSizeF, QMetaType::QLine, QMetaType::QLineF,
+    QMetaType::QRect, QMetaType::QRectF,
+    // trees, which Qt parses out of one block of bytes, 1024 levels deep at most
+    QMetaType::QJsonValue, QMetaType::QJsonObject, QMetaType::QJsonArray, QMetaType::QJsonDocument,
+    QMetaType::QCborSimpleType, QMetaType::QCborValue, QMetaType::QCborArray, QMetaType::QCborMap,
+    // of QtGui
+    QMetaType::QColor, QMetaType::QTextLength, QMetaType::QMatrix, QMetaType::QTransform, QMetaType::QMatrix4x4,
+    QMetaType::QVector2D, QMetaType::QVector3D, QMetaType::QVector4D, QMetaType::QQuaternion};
+
+bool isPlain(quint32 type)
+{
+    return std::find(std::begin(plainTypes), std::end(plainTypes), static_cast<int>(type)) != std::end(plainTypes);
+}
 
 bool readValue(QDataStream &stream, int nesting, QVariant &value);
 
@@ -27,6 +55,40 @@ bool isUsable(const QVariant &value)
         return true;
     const QDateTime time = value.toDateTime();
     return time.timeSpec() != Qt::TimeZone || time.timeZone().isValid();
+}
+
+bool readWithQt(QDataStream &stream, qint64 start, QVariant &value)
+{
+    stream.device()->seek(start);
+    stream >> value;
+    return stream.status() == QDataStream::Ok && isUsable(value);
+}
+
+// Qt rounds a claimed number of bits up past the end of its range and then takes the array for one of negative size.
+bool hasClaimedBits(QDataStream &stream)
+{
+    quint32 bits = 0;
+    stream >> bits;
+    constexpr quint32 mostBits = std::numeric_limits<int>::max();
+    return stream.status() == QDataStream::Ok && bits <= mostBits && bits / 8 <= stream.device()->bytesAvailable();
+}
+
+// QRegExp compiles its pattern as it is read: by recursion, in time that grows faster than the pattern's length, and
+// once again for each of a counted number of repetitions, in which a few characters can ask for all of the memory.
+bool hasSimplePattern(QDataStream &stream)
+{
+    constexpr int maxLength = 128;
+    QString pattern;
+    stream >> pattern;
+    return stream.status() == QDataStream::Ok && pattern.size() <= maxLength && !pattern.contains(QLatin1Char('{'));
+}
+
+// Qt would take a built-in type by its name as well, and so come to a container past the cases below.
+bool isNamedByItsUser(QDataStream &stream)
+{
+    QByteArray name;
+    stream >> name;
+    return stream.status() == QDataStream::Ok && QMetaType::type(name.constData()) >= QMetaType::User;
 }
 
 bool readElement(QDataStream &stream, int nesting, QVariantList &list)
@@ -54,8 +116,9 @@ bool readElement(QDataStream &stream, int, QByteArrayList &list)
     return stream.status() == QDataStream::Ok;
 }
 
+// Into a QMultiMap or QMultiHash: a map in a variant may hold several values of one key.
 template <typename Map>
-bool readPair(QDataStream &stream, int nesting, Map &map)
+bool readElement(QDataStream &stream, int nesting, Map &map)
 {
     QString key;
     QVariant element;
@@ -66,17 +129,7 @@ bool readPair(QDataStream &stream, int nesting, Map &map)
     return true;
 }
 
-bool readElement(QDataStream &stream, int nesting, QVariantMap &map)
-{
-    return readPair(stream, nesting, map);
-}
-
-bool readElement(QDataStream &stream, int nesting, QVariantHash &hash)
-{
-    return readPair(stream, nesting, hash);
-}
-
-template <typename Container>
+template <typename Value, typename Container = Value>
 bool readContainer(QDataStream &stream, int nesting, bool isNull, QVariant &value)
 {
     quint32 count = 0;
@@ -85,19 +138,17 @@ bool readContainer(QDataStream &stream, int nesting, bool isNull, QVariant &valu
     for (quint32 index = 0; index < count; ++index)
         if (stream.status() != QDataStream::Ok || !readElement(stream, nesting, container))
             return false;
-    value = isNull ? QVariant(qMetaTypeId<Container>(), nullptr) : QVariant::fromValue(container);
+    value = isNull ? QVariant(qMetaTypeId<Value>(), nullptr) : QVariant::fromValue<Value>(container);
     return stream.status() == QDataStream::Ok;
 }
 
-// Qt writes built-in types by number and others by name. It would take a built-in one by its name as well, or by its
-// number with high bits that it drops, and so come to a container past the cases below.
-bool isPlainlyNamed(QDataStream &stream, quint32 type)
+bool readNested(QDataStream &stream, int nesting, QVariant &value)
 {
-    if (type != QMetaType::User)
-        return type < QMetaType::User;
-    QByteArray name;
-    stream >> name;
-    return stream.status() == QDataStream::Ok && QMetaType::type(name.constData()) >= QMetaType::User;
+    QVariant nested;
+    if (!readValue(stream, nesting, nested))
+        return false;
+    value = QVariant(QMetaType::QVariant, &nested);
+    return true;
 }
 
 bool readValue(QDataStream &stream, int nesting, QVariant &value)
@@ -114,22 +165,23 @@ bool readValue(QDataStream &stream, int nesting, QVariant &value)
     case QMetaType::QVariantList:
         return readContainer<QVariantList>(stream, nesting + 1, isNull, value);
     case QMetaType::QVariantMap:
-        return readContainer<QVariantMap>(stream, nesting + 1, isNull, value);
+        return readContainer<QVariantMap, QMultiMap<QString, QVariant>>(stream, nesting + 1, isNull, value);
     case QMetaType::QVariantHash:
-        return readContainer<QVariantHash>(stream, nesting + 1, isNull, value);
+        return readContainer<QVariantHash, QMultiHash<QString, QVariant>>(stream, nesting + 1, isNull, value);
     case QMetaType::QStringList:
         return readContainer<QStringList>(stream, nesting + 1, isNull, value);
     case QMetaType::QByteArrayList:
         return readContainer<QByteArrayList>(stream, nesting + 1, isNull, value);
-    case QMetaType::QVariant:     // a value in a value: Qt would follow it without bound
-    case QMetaType::QEasingCurve: // a container in disguise: Qt reserves as many points as the bytes claim
-        return false;
+    case QMetaType::QVariant:
+        return readNested(stream, nesting + 1, value);
+    case QMetaType::QBitArray:
+        return hasClaimedBits(stream) && readWithQt(stream, start, value);
+    case QMetaType::QRegExp:
+        return hasSimplePattern(stream) && readWithQt(stream, start, value);
+    case QMetaType::User:
+        return isNamedByItsUser(stream) && readWithQt(stream, start, value);
     default:
-        if (!isPlainlyNamed(stream, type))
-            return false;
-        stream.device()->seek(start);
-        stream >> value;
-        return stream.status() == QDataStream::Ok && isUsable(value);
+        return isPlain(type) && readWithQt(stream, start, value);
     }
 }
 

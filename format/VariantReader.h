@@ -3,7 +3,11 @@
 #include <QtCore/QByteArray>
 #include <QtCore/QVariant>
 
-// Reads one QVariant from bytes that came over the network. What Qt writes reads back as Qt reads it; damaged or
-// hostile bytes end in an invalid value: nesting is bounded, and no container is made larger than the bytes that are
-// there.
+// Reads one QVariant from bytes that came over the network. Damaged or hostile bytes end in an invalid value: nesting
+// is bounded, and nothing is made larger than the bytes that are there.
+//
+// Read back as Qt wrote them are the values of Qt Core, of QtGui's types of fixed size, and of types that are
+// registered with stream operators of their own. Refused are the types that cannot be read within bounds: easing
+// curves, regular expressions of the old kind that are long or count repetitions, and the rest of QtGui (pictures,
+// brushes, polygons).
 QVariant readVariant(const QByteArray &bytes);

@@ -11,6 +11,7 @@
 #include <QtCore/QLine>
 #include <QtCore/QLocale>
 #include <QtCore/QRect>
+#include <QtCore/QRegExp>
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>
 #include <QtCore/QUuid>
@@ -143,6 +144,62 @@ TEST(MetadataEnvelope, NestingWithoutEndIsRefused)
 TEST(MetadataEnvelope, AnEasingCurveIsRefusedSinceQtReadsAFunctionPointerWithIt)
 {
     EXPECT_FALSE(decodeMetadata(encodeMetadata(QEasingCurve(QEasingCurve::InOutQuad))).isValid());
+}
+
+TEST(MetadataEnvelope, MoreBitsThanThereAreAreRefused)
+{
+    for (const quint32 bits : {0xffffffffu, 0xfffffff9u, 0x80000000u, 0x7fffffffu, 64u}) {
+        const QByteArray payload = streamed(
+            [&](QDataStream &stream) { stream << quint32(QMetaType::QBitArray) << qint8(0) << bits << quint8(1); });
+        EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid()) << bits;
+    }
+}
+
+TEST(MetadataEnvelope, AnOldRegularExpressionComesBackUnlessItIsLongOrCountsRepetitions)
+{
+    const QVariant simple = QRegExp(QStringLiteral("a+(b|c)"), Qt::CaseInsensitive);
+    EXPECT_EQ(simple, decodeMetadata(encodeMetadata(simple)));
+    for (const QString &pattern : {QStringLiteral("((a{1000}){1000}){1000}"), QString(100000, QLatin1Char('('))}) {
+        const QByteArray payload = streamed([&](QDataStream &stream) {
+            stream << quint32(QMetaType::QRegExp) << qint8(0) << pattern << quint8(1) << quint8(0) << quint8(0);
+        });
+        EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid());
+    }
+}
+
+TEST(MetadataEnvelope, AMapWithSeveralValuesOfOneKeyKeepsThemInTheirOrder)
+{
+    QMultiMap<QString, QVariant> values;
+    for (const int value : {1, 2, 3})
+        values.insert(QStringLiteral("key"), value);
+    const QVariantMap map = values;
+    EXPECT_EQ(map, decodeMetadata(encodeMetadata(map)).toMap());
+}
+
+TEST(MetadataEnvelope, AValueWithinAValueComesBackButNotWithoutEnd)
+{
+    const QVariant inner = 42;
+    const QVariant outer(QMetaType::QVariant, &inner);
+    const QVariant decoded = decodeMetadata(encodeMetadata(outer));
+    ASSERT_EQ(QMetaType::QVariant, static_cast<QMetaType::Type>(decoded.userType()));
+    EXPECT_EQ(inner, *static_cast<const QVariant *>(decoded.constData()));
+    const QByteArray payload = streamed([](QDataStream &stream) {
+        for (int level = 0; level < 100000; ++level)
+            stream << quint32(QMetaType::QVariant) << qint8(0);
+        stream << QVariant(1);
+    });
+    EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid());
+}
+
+TEST(MetadataEnvelope, ABuiltInTypeThatComesByItsNameOrWithHighBitsIsRefused)
+{
+    const QByteArray named = streamed([](QDataStream &stream) {
+        stream << quint32(QMetaType::User) << qint8(0) << QByteArray("QVariantList") << quint32(0);
+    });
+    EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(named)).isValid());
+    const QByteArray high = streamed(
+        [](QDataStream &stream) { stream << quint32(0x10000u | QMetaType::QVariantList) << qint8(0) << quint32(0); });
+    EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(high)).isValid());
 }
 
 TEST(MetadataEnvelope, AnUnknownTypeIsRefused)
