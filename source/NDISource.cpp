@@ -213,7 +213,7 @@ void NDISource::sendTally()
         m_source->setTally(m_tally);
 }
 
-void NDISource::updateMetadata(QByteArray data)
+void NDISource::updateMetadata(const QByteArray &data)
 {
     const QVariant value = decodeMetadata(data);
     if (!value.isValid() || value == m_metadata)

@@ -76,7 +76,7 @@ Q_SIGNALS:
 
 protected Q_SLOTS:
     void asyncCreationFinished();
-    void updateMetadata(QByteArray data);
+    void updateMetadata(const QByteArray &data);
 
 private:
     void startCreation();

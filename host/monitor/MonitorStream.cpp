@@ -13,21 +13,23 @@ namespace
 constexpr unsigned RequestsAhead = 2;
 } // namespace
 
-MonitorStream::MonitorStream(IMFMediaSink *sink, DWORD identifier, std::shared_ptr<SampleConsumer> consumer,
+MonitorStream::MonitorStream(IMFMediaSink *sink, DWORD identifier, const std::shared_ptr<SampleConsumer> &consumer,
                              const tvx::MFMessageQueue &queue)
     : CUnknown(L"MonitorStream", sink), m_sink(sink), m_identifier(identifier), m_consumer(consumer), m_queue(queue),
-      m_handler(static_cast<IMFStreamSink *>(this), consumer,
-                [this](IMFMediaType *type) {
-                    return m_queue.push([self = CComPtr<MonitorStream>(this), type = CComPtr<IMFMediaType>(type)] {
-                        self->m_consumer->typeChanged(type);
-                        return S_OK;
-                    });
-                }),
+      m_handler(static_cast<IMFStreamSink *>(this), consumer, [this](IMFMediaType *type) { return adoptType(type); }),
       m_events(createObject<tvx::CBaseEventGenerator>(nullptr))
 {
 }
 
 MonitorStream::~MonitorStream() = default;
+
+HRESULT MonitorStream::adoptType(IMFMediaType *type)
+{
+    return m_queue.push([reference = CComPtr<IMFMediaSink>(m_sink), this, adopted = CComPtr<IMFMediaType>(type)] {
+        m_consumer->typeChanged(adopted);
+        return S_OK;
+    });
+}
 
 HRESULT MonitorStream::start()
 {

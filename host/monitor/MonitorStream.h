@@ -23,7 +23,7 @@ namespace host
 class MonitorStream final : public IMFStreamSink, public CUnknown
 {
 public:
-    MonitorStream(IMFMediaSink *sink, DWORD identifier, std::shared_ptr<SampleConsumer> consumer,
+    MonitorStream(IMFMediaSink *sink, DWORD identifier, const std::shared_ptr<SampleConsumer> &consumer,
                   const tvx::MFMessageQueue &queue);
     ~MonitorStream() override;
 
@@ -53,6 +53,7 @@ public:
     HRESULT STDMETHODCALLTYPE Flush() override;
 
 private:
+    HRESULT adoptType(IMFMediaType *type);
     HRESULT send(MediaEventType type);
     void request(unsigned run);
 

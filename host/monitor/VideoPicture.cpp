@@ -154,7 +154,7 @@ QImage toImage(const pattern::ConstPicture &picture, const GUID &subtype)
         auto *const out = reinterpret_cast<QRgb *>(image.scanLine(y));
         if (picture.layout == pattern::PixelLayout::BGRA) {
             for (int x = 0; x < picture.width; ++x) {
-                const std::uint8_t *const pixel = line + x * 4;
+                const std::uint8_t *const pixel = line + static_cast<std::ptrdiff_t>(x) * 4;
                 out[x] = qRgba(pixel[2], pixel[1], pixel[0], alpha ? pixel[3] : 255);
             }
             continue;

@@ -58,7 +58,7 @@ void Y4mWriter::write(const pattern::ConstPicture &picture, const VideoFormat &f
         for (int x = 0; x < picture.width; ++x)
             *luma++ = line[x * 2 + (uyvy ? 1 : 0)];
         for (int x = 0; x < chromaWidth; ++x) {
-            const std::uint8_t *const group = line + x * 4 + (uyvy ? 0 : 1);
+            const std::uint8_t *const group = line + static_cast<std::ptrdiff_t>(x) * 4 + (uyvy ? 0 : 1);
             *u++ = group[0];
             // Half a group ends a line of odd width; V lies beyond the line then and is taken from the group before.
             const bool whole = x * 2 + 1 < picture.width;

@@ -71,7 +71,7 @@ std::vector<QueuedFrame> ReceiveQueue::makeRoom(MessageType type)
     const auto isTooMuch = [&] {
         return count > queueLimit(type) || (type == MessageType::Metadata && m_textBytes > maximumTextBytes);
     };
-    const auto dropOne = [&](std::deque<QueuedFrame>::iterator frame) {
+    const auto dropOne = [&](const std::deque<QueuedFrame>::iterator &frame) {
         count -= countsAlone(*frame) ? 1 : 0;
         m_textBytes -= frame->text.size();
         dropped.push_back(std::move(*frame));

@@ -33,19 +33,19 @@ NDIlib_frame_type_e Receiver::capture(NDIlib_video_frame_v2_t *video, NDIlib_aud
     const auto kinds = (video != nullptr ? kindVideo : 0U) | (audio != nullptr ? kindAudio : 0U) |
                        (metadata != nullptr ? kindMetadata : 0U);
     auto frame = m_queue.pop(kinds, timeout);
-    if (!frame)
-        return NDIlib_frame_type_none;
-    switch (frame->type) {
-    case MessageType::Video:
-        *video = m_captured.addVideo(std::move(*frame));
+    if (frame && video && frame->type == MessageType::Video) {
+        *video = m_captured.addVideo(*frame);
         return NDIlib_frame_type_video;
-    case MessageType::Audio:
+    }
+    if (frame && audio && frame->type == MessageType::Audio) {
         *audio = m_captured.addAudio(std::move(*frame));
         return NDIlib_frame_type_audio;
-    default:
+    }
+    if (frame && metadata && frame->type == MessageType::Metadata) {
         *metadata = m_captured.addMetadata(std::move(*frame));
         return NDIlib_frame_type_metadata;
     }
+    return NDIlib_frame_type_none;
 }
 
 bool Receiver::setTally(TallyState tally)

@@ -30,10 +30,10 @@ void UyvyConverter::convertLines(const std::uint8_t *planes, int firstLine, int 
     const int lines = (m_header.height - firstLine + lineStep - 1) / lineStep;
     const int lumaStride = m_header.width;
     const int chromaStride = m_header.chromaWidth();
-    const std::uint8_t *y = planes + firstLine * lumaStride;
-    const std::uint8_t *u = planes + m_header.lumaBytes() + firstLine * chromaStride;
+    const std::uint8_t *y = planes + static_cast<std::ptrdiff_t>(firstLine) * lumaStride;
+    const std::uint8_t *u = planes + m_header.lumaBytes() + static_cast<std::ptrdiff_t>(firstLine) * chromaStride;
     const std::uint8_t *v = u + m_header.chromaBytes();
-    std::uint8_t *first = out + firstLine * stride();
+    std::uint8_t *first = out + static_cast<std::ptrdiff_t>(firstLine) * stride();
 
     switch (m_header.chroma) {
     case Chroma::Yuv420:
