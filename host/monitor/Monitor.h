@@ -45,7 +45,7 @@ public:
     QVariantMap audio() const;
     // Milliseconds by which video arrives later than the sound of the same time; 0 unless both are there.
     double avOffset() const;
-    // The value that rode on the last frame with metadata; invalid when none did.
+    // The value that rode on the last frame with metadata; invalid when none did, or it was none that scenes can read.
     QVariant metadata() const { return m_metadata; }
     // Where to record: a .y4m and a .wav file. Empty: no recording.
     QString recordVideo() const { return m_recordVideo; }
