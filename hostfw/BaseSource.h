@@ -22,7 +22,7 @@ class MULTIMEDIA_EXPORT CBaseSource : public tvx::ISource, public CUnknown
 {
 public:
     // `characteristics`: MFMEDIASOURCE_CHARACTERISTICS. `hr` receives the failure of making the event queue or the
-    // attribute store, else S_OK.
+    // attribute store, else S_OK. A source without an event queue can only be shut down and released.
     CBaseSource(HRESULT &hr, const DWORD &characteristics);
     ~CBaseSource() override;
 

@@ -24,6 +24,7 @@ public:
     };
 
     // `priority` is that of the work items among others on the same work queue, higher first.
+    // Throws ComException with Media Foundation's failure when there is no work queue to be had for a serial one.
     MFMessageQueue(Type type, DWORD priority);
     MFMessageQueue(const MFMessageQueue &other);
     MFMessageQueue &operator=(const MFMessageQueue &other);

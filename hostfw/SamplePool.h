@@ -40,7 +40,7 @@ public:
 
 // `owner` names the object the samples belong to; it is not referenced (pools are made in constructors).
 // `allocator`, where given, is asked before a new sample is made; its failure is Pop's.
-// Never null; throws ComException when memory is out.
+// Never null; throws std::bad_alloc when memory is out.
 MULTIMEDIA_EXPORT ISamplePoolFlexible *createFlexibleSamplePool(IUnknown *owner, std::function<HRESULT()> &&allocator,
                                                                 DWORD count);
 MULTIMEDIA_EXPORT ISamplePoolFixed *createFixedSizeSamplePool(IUnknown *owner, std::function<HRESULT()> &&allocator,

@@ -47,7 +47,7 @@ public:
 //  frame request is under way until every item it pushed onto the queue, directly or through other items, has ended.
 //  One that ended with S_OK without answering its sample request is made again; one that returned S_FALSE or failed is
 //  not, until the next RequestSample.
-// Both queues are copied. Never null; throws ComException when memory is out. Owned by the caller.
+// Both queues are copied. Never null; throws std::bad_alloc when memory is out. Owned by the caller.
 MULTIMEDIA_EXPORT ISampleRequestManager *createBufferingSampleRequestManager(ISourceStream *stream,
                                                                              const HnsTime &limit,
                                                                              const MFMessageQueue *deliveryQueue,

@@ -1,11 +1,13 @@
 #include "hostfw/BaseSource.h"
 
+#include "hostfw/ComException.h"
 #include "hostfw/MessageQueue.h"
 
 #include <mfapi.h>
 #include <mferror.h>
 
 #include <map>
+#include <new>
 #include <vector>
 
 namespace
@@ -105,8 +107,14 @@ public:
 CBaseSource::CBaseSource(HRESULT &hr, const DWORD &characteristics)
     : CUnknown(L"CBaseSource", nullptr), m_impl(std::make_unique<Impl>(characteristics))
 {
-    m_pEventGenerator = new tvx::CBaseEventGenerator(nullptr);
-    hr = MFCreateAttributes(&m_impl->attributes, 0);
+    try {
+        m_pEventGenerator = new tvx::CBaseEventGenerator(nullptr);
+        hr = MFCreateAttributes(&m_impl->attributes, 0);
+    } catch (const ComException &exception) {
+        hr = exception.getErrorCode();
+    } catch (const std::bad_alloc &) {
+        hr = E_OUTOFMEMORY;
+    }
 }
 
 CBaseSource::~CBaseSource()
@@ -125,22 +133,22 @@ HRESULT CBaseSource::NonDelegatingQueryInterface(REFIID iid, void **out)
 
 HRESULT CBaseSource::GetEvent(DWORD flags, IMFMediaEvent **event)
 {
-    return m_pEventGenerator->GetEvent(flags, event);
+    return m_pEventGenerator ? m_pEventGenerator->GetEvent(flags, event) : MF_E_NOT_INITIALIZED;
 }
 
 HRESULT CBaseSource::BeginGetEvent(IMFAsyncCallback *callback, IUnknown *state)
 {
-    return m_pEventGenerator->BeginGetEvent(callback, state);
+    return m_pEventGenerator ? m_pEventGenerator->BeginGetEvent(callback, state) : MF_E_NOT_INITIALIZED;
 }
 
 HRESULT CBaseSource::EndGetEvent(IMFAsyncResult *result, IMFMediaEvent **event)
 {
-    return m_pEventGenerator->EndGetEvent(result, event);
+    return m_pEventGenerator ? m_pEventGenerator->EndGetEvent(result, event) : MF_E_NOT_INITIALIZED;
 }
 
 HRESULT CBaseSource::QueueEvent(MediaEventType type, REFGUID extendedType, HRESULT status, const PROPVARIANT *value)
 {
-    return m_pEventGenerator->QueueEvent(type, extendedType, status, value);
+    return m_pEventGenerator ? m_pEventGenerator->QueueEvent(type, extendedType, status, value) : MF_E_NOT_INITIALIZED;
 }
 
 HRESULT CBaseSource::GetCharacteristics(DWORD *characteristics)
@@ -223,7 +231,7 @@ HRESULT CBaseSource::Shutdown()
     m_impl->shutDown = true;
     m_impl->wanted = State::Stopped;
     Uninitialize();
-    return m_pEventGenerator->Shutdown();
+    return m_pEventGenerator ? m_pEventGenerator->Shutdown() : S_OK;
 }
 
 HRESULT CBaseSource::GetSourceAttributes(IMFAttributes **attributes)

@@ -8,7 +8,6 @@
 #include "multimedia/WorkContext.h"
 
 #include <mfapi.h>
-#include <mferror.h>
 #include <mfobjects.h>
 
 #include <mutex>
@@ -51,8 +50,9 @@ class MFMessageQueue::Impl : public std::enable_shared_from_this<Impl>
 public:
     Impl(Type type, DWORD priority) : m_priority(static_cast<LONG>(priority)), m_private(type == Type::Serial)
     {
-        if (m_private && FAILED(MFAllocateWorkQueueEx(MF_STANDARD_WORKQUEUE, &m_workQueue)))
-            throw ComException(MF_E_SHUTDOWN, QStringLiteral("No work queue"));
+        const HRESULT hr = m_private ? MFAllocateWorkQueueEx(MF_STANDARD_WORKQUEUE, &m_workQueue) : S_OK;
+        if (FAILED(hr))
+            throw ComException(hr, QStringLiteral("No work queue"));
         m_step.Attach(new Step(*this));
         m_step->AddRef();
     }
