@@ -78,7 +78,7 @@ protected:
     virtual HRESULT OnDeselected();
 
     // The manager set on the stream, or null. Valid until the next SetD3DManager.
-    CD3D11DeviceManager *GetD3DManager() const;
+    CD3D11DeviceManager *GetD3DManager();
 
     const std::shared_ptr<tvx::ISampleRequestManager> m_requestManager;
     mutable CriticalSection m_streamLock;

@@ -405,7 +405,7 @@ HRESULT CBaseSourceStream::OnDeselected()
     return S_OK;
 }
 
-CD3D11DeviceManager *CBaseSourceStream::GetD3DManager() const
+CD3D11DeviceManager *CBaseSourceStream::GetD3DManager()
 {
     const AutoLock lock(m_streamLock);
     return m_impl->d3dManager.get();
