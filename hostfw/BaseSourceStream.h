@@ -14,8 +14,9 @@
 // A stream of a CBaseSource: descriptor, event queue, state, and sample requests served through a request manager.
 //
 // Threads: any. The state is guarded by m_streamLock, which is taken after the source's lock, never before it, and is
-// not held while the request manager or a subclass is called. Ownership: the source owns the stream; AddRef and Release
-// count on the source.
+// not held while the request manager or a subclass is called; QueueEvent is, so that events come in the order of the
+// states they tell of. A sample, gap or end that a stop or a seek overtakes on its way is dropped. Ownership: the source
+// owns the stream; AddRef and Release count on the source.
 class MULTIMEDIA_EXPORT CBaseSourceStream : public tvx::ISourceStream, public CUnknown
 {
 public:

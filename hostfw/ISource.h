@@ -17,7 +17,8 @@ struct ISourceStream;
 
 // A media source as its own streams see it.
 struct ISource : public IMFMediaSourceEx {
-    // A stream delivered its last sample. When every selected stream has, the source's presentation ends.
+    // A stream delivered its last sample. When every selected stream has, the source's presentation ends, once until the
+    // next start, seek or stop. A stream that is stopped or not selected does not count.
     virtual HRESULT NotifyEndOfStream(ISourceStream *stream) = 0;
     // A stream has stopped by itself.
     virtual HRESULT NotifyStopped(ISourceStream *stream) = 0;
@@ -54,7 +55,7 @@ struct ISourceStream : public IMFMediaStream {
     virtual HRESULT RequestFrame() = 0;
     virtual HRESULT SetThinMode(bool thin) = 0;
 
-    // The request manager's side.
+    // The request manager's side. S_FALSE: dropped, since the stream has stopped meanwhile.
     virtual HRESULT DeliverSample(IMFSample *sample, IUnknown *token) = 0;
     virtual HRESULT NotifyEndOfStream() = 0;
     virtual HRESULT NotifyGap(LONGLONG time) = 0;

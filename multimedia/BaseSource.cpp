@@ -98,8 +98,9 @@ public:
     std::list<std::shared_ptr<tvx::ISourceStream>> retired;
     std::list<tvx::ISourceStream *> announced; // streams that MENewStream was sent for
     CComPtr<IMFPresentationDescriptor> descriptor;
-    State wanted = State::Stopped; // as the last call of Start, Stop or Pause asked
-    State state = State::Stopped;  // as the asynchronous halves have come
+    State wanted = State::Stopped;  // as the last call of Start, Stop or Pause asked
+    State state = State::Stopped;   // as the asynchronous halves have come
+    bool presentationEnded = false; // MEEndOfPresentation was sent since the last start, seek or stop
     bool enabled = true;
     bool shutDown = false;
 };
@@ -270,15 +271,22 @@ HRESULT CBaseSource::SetD3DManager(IUnknown *manager)
     return S_OK;
 }
 
-HRESULT CBaseSource::NotifyEndOfStream(tvx::ISourceStream * /*stream*/)
+HRESULT CBaseSource::NotifyEndOfStream(tvx::ISourceStream *stream)
 {
+    if (!stream)
+        return E_POINTER;
     const AutoLock lock(m_lock);
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
-    for (const auto &stream : m_impl->streams)
-        if (stream->IsSelected() && !stream->IsEnded())
+    // A stopped stream may have come too late with its end: it counts no more.
+    if (m_impl->presentationEnded || !stream->IsSelected() || stream->IsStopped())
+        return S_OK;
+    for (const auto &other : m_impl->streams)
+        if (other->IsSelected() && !other->IsEnded())
             return S_OK;
-    return EndOfStream();
+    const HRESULT hr = EndOfStream();
+    m_impl->presentationEnded = SUCCEEDED(hr);
+    return hr;
 }
 
 HRESULT CBaseSource::NotifyStopped(tvx::ISourceStream * /*stream*/)
@@ -368,6 +376,7 @@ HRESULT CBaseSource::OnStart(IMFAsyncResult *result)
     const AutoLock lock(m_lock);
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
+    m_impl->presentationEnded = false;
     const HRESULT hr = SelectStreams(operation->descriptor, operation->position, false);
     if (SUCCEEDED(hr))
         m_impl->state = State::Started;
@@ -385,6 +394,7 @@ HRESULT CBaseSource::OnSeek(IMFAsyncResult *result)
     const AutoLock lock(m_lock);
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
+    m_impl->presentationEnded = false;
     const HRESULT hr = SelectStreams(operation->descriptor, operation->position, true);
     if (SUCCEEDED(hr))
         m_impl->state = State::Started;
@@ -407,6 +417,7 @@ HRESULT CBaseSource::OnStop(IMFAsyncResult *result)
         if (FAILED(stopped))
             hr = stopped;
     }
+    m_impl->presentationEnded = false;
     m_impl->state = State::Stopped;
     if (!result)
         return hr;

@@ -1,5 +1,7 @@
 #include "hostfw/BaseSourceStream.h"
 
+#include "multimedia/DeliveryScope.h"
+
 #include <mfapi.h>
 #include <mferror.h>
 #include <mfidl.h>
@@ -27,6 +29,13 @@ public:
         CComPtr<IMFMediaTypeHandler> handler;
         const HRESULT hr = descriptor ? descriptor->GetMediaTypeHandler(&handler) : MF_E_NOT_INITIALIZED;
         return SUCCEEDED(hr) ? handler->SetCurrentMediaType(type) : hr;
+    }
+
+    // Whether samples, gaps and the end flow, and whether what is delivered to the stream on this thread is of this
+    // run. The lock must be held.
+    bool takesDeliveries(const tvx::ISourceStream *stream) const
+    {
+        return selected && state != State::Stopped && !DeliveryScope::isFlushed(stream);
     }
 
     tvx::ISource *const source;
@@ -260,6 +269,7 @@ HRESULT CBaseSourceStream::Stop()
     const HRESULT hr = m_requestManager->Flush();
     if (FAILED(hr))
         return hr;
+    const AutoLock lock(m_streamLock);
     return QueueEvent(MEStreamStopped, GUID_NULL, S_OK, nullptr);
 }
 
@@ -276,8 +286,12 @@ HRESULT CBaseSourceStream::Pause()
 
 HRESULT CBaseSourceStream::Seek(const PROPVARIANT &position)
 {
-    const HRESULT hr = OnSeek(position);
+    HRESULT hr = OnSeek(position);
     if (FAILED(hr) && hr != E_NOTIMPL)
+        return hr;
+    // Nothing of the old position comes after MEStreamSeeked, and an ended stream takes requests again.
+    hr = m_requestManager->Flush();
+    if (FAILED(hr))
         return hr;
     const AutoLock lock(m_streamLock);
     if (m_impl->shutDown)
@@ -310,6 +324,11 @@ HRESULT CBaseSourceStream::DeliverSample(IMFSample *sample, IUnknown *token)
     PropVariantInit(&value);
     value.vt = VT_UNKNOWN;
     value.punkVal = sample;
+    const AutoLock lock(m_streamLock);
+    if (m_impl->shutDown)
+        return MF_E_SHUTDOWN;
+    if (!m_impl->takesDeliveries(this))
+        return S_FALSE;
     return QueueEvent(MEMediaSample, GUID_NULL, S_OK, &value);
 }
 
@@ -319,10 +338,14 @@ HRESULT CBaseSourceStream::NotifyEndOfStream()
         const AutoLock lock(m_streamLock);
         if (m_impl->shutDown)
             return MF_E_SHUTDOWN;
+        if (m_impl->ended || !m_impl->takesDeliveries(this))
+            return S_FALSE;
         m_impl->ended = true;
+        const HRESULT hr = QueueEvent(MEEndOfStream, GUID_NULL, S_OK, nullptr);
+        if (FAILED(hr))
+            return hr;
     }
-    const HRESULT hr = QueueEvent(MEEndOfStream, GUID_NULL, S_OK, nullptr);
-    return SUCCEEDED(hr) ? m_impl->source->NotifyEndOfStream(this) : hr;
+    return m_impl->source->NotifyEndOfStream(this);
 }
 
 HRESULT CBaseSourceStream::NotifyGap(LONGLONG time)
@@ -331,6 +354,11 @@ HRESULT CBaseSourceStream::NotifyGap(LONGLONG time)
     PropVariantInit(&value);
     value.vt = VT_I8;
     value.hVal.QuadPart = time;
+    const AutoLock lock(m_streamLock);
+    if (m_impl->shutDown)
+        return MF_E_SHUTDOWN;
+    if (!m_impl->takesDeliveries(this))
+        return S_FALSE;
     return QueueEvent(MEStreamTick, GUID_NULL, S_OK, &value);
 }
 

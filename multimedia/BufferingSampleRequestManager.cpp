@@ -1,6 +1,7 @@
 #include "multimedia/BufferingSampleRequestManager.h"
 
 #include "hostfw/CUnknown.h"
+#include "multimedia/DeliveryScope.h"
 #include "multimedia/WorkContext.h"
 
 #include <mferror.h>
@@ -91,6 +92,10 @@ HRESULT SampleRequests::request(IUnknown *token)
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (!m_stream)
             return MF_E_SHUTDOWN;
+        if (!m_stream->IsSelected())
+            return MF_E_INVALIDREQUEST;
+        if (m_stream->IsStopped())
+            return MF_E_MEDIA_SOURCE_WRONGSTATE;
         if (m_ended)
             return MF_E_END_OF_STREAM;
         m_requests.pushBack(CComPtr<IUnknown>(token));
@@ -98,14 +103,6 @@ HRESULT SampleRequests::request(IUnknown *token)
     }
     deliver();
     requestFrames();
-    return S_OK;
-}
-
-HRESULT SampleRequests::append(Entry entry)
-{
-    if (!m_stream)
-        return MF_E_SHUTDOWN;
-    m_entries.pushBack(std::move(entry));
     return S_OK;
 }
 
@@ -132,31 +129,40 @@ HRESULT SampleRequests::pushMediaTypeChange(IMFMediaType *type)
     if (!type)
         return E_POINTER;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    return append(TypeChange{CComPtr<IMFMediaType>(type)});
+    if (!m_stream)
+        return MF_E_SHUTDOWN;
+    m_entries.pushBack(TypeChange{CComPtr<IMFMediaType>(type)});
+    return S_OK;
 }
 
 HRESULT SampleRequests::pushGap(LONGLONG time)
 {
-    HRESULT hr = S_OK;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        hr = append(Gap{time});
+        if (!m_stream)
+            return MF_E_SHUTDOWN;
+        if (!isAccepting())
+            return S_FALSE;
+        m_entries.pushBack(Gap{time});
     }
-    if (SUCCEEDED(hr))
-        deliver();
-    return hr;
+    deliver();
+    return S_OK;
 }
 
 HRESULT SampleRequests::pushEndOfData()
 {
-    HRESULT hr = S_OK;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        hr = append(EndOfData{});
+        if (!m_stream)
+            return MF_E_SHUTDOWN;
+        if (!isAccepting())
+            return S_FALSE;
+        if (m_ended || isEndWaiting())
+            return S_OK;
+        m_entries.pushBack(EndOfData{});
     }
-    if (SUCCEEDED(hr))
-        deliver();
-    return hr;
+    deliver();
+    return S_OK;
 }
 
 HRESULT SampleRequests::flush()
@@ -172,6 +178,7 @@ HRESULT SampleRequests::flush()
     m_waitingSamples = 0;
     m_refusedFrameRequests = 0;
     m_ended = false;
+    ++m_flushes;
     for (size_t left = entries.size(); left > 0 && m_entries.empty(); --left)
         if (std::holds_alternative<TypeChange>(entries[left - 1]))
             m_entries.pushBack(std::move(entries[left - 1]));
@@ -273,8 +280,12 @@ void SampleRequests::deliverAll()
     CComPtr<IUnknown> token;
     while (takeDeliverable(entry, token)) {
         ISourceStream *const stream = m_stream;
+        const unsigned flushes = m_flushes;
         lock.unlock();
-        deliverOne(stream, entry, token);
+        {
+            const DeliveryScope scope(stream, m_flushes, flushes);
+            deliverOne(stream, entry, token);
+        }
         entry = Entry();
         token.Release();
         lock.lock();

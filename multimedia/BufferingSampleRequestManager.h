@@ -5,6 +5,7 @@
 #include "hostfw/SampleRequestManager.h"
 #include "multimedia/RingBuffer.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -50,7 +51,6 @@ private:
 
     // These need m_mutex held.
     bool isAccepting() const;
-    HRESULT append(Entry entry);
     void dropBeyondLimit();
     bool isEndWaiting() const;
     bool isDeliverable(const Entry &first) const;
@@ -80,6 +80,7 @@ private:
     bool m_requestingFrames = false;
     bool m_delivering = false;
     bool m_ended = false;
+    std::atomic<unsigned> m_flushes{0}; // so many there were; read without m_mutex too
 };
 
 } // namespace tvx
