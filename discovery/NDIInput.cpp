@@ -9,10 +9,15 @@ NDIInput::NDIInput(const NDIlib_source_t &source)
 
 void NDIInput::registerMetaType()
 {
-    qRegisterMetaType<NDIInput>("NDIInput");
-    QMetaType::registerEqualsComparator<NDIInput>();
-    QMetaType::registerConverter<NDIInput, QString>(&NDIInput::displayText);
-    qRegisterMetaTypeStreamOperators<NDIInput>("NDIInput");
+    // Qt warns of a comparator or a converter that it has already.
+    static const bool registered = [] {
+        qRegisterMetaType<NDIInput>("NDIInput");
+        QMetaType::registerEqualsComparator<NDIInput>();
+        QMetaType::registerConverter<NDIInput, QString>(&NDIInput::displayText);
+        qRegisterMetaTypeStreamOperators<NDIInput>("NDIInput");
+        return true;
+    }();
+    Q_UNUSED(registered)
 }
 
 QString NDIInput::displayText() const

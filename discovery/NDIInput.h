@@ -20,7 +20,8 @@ public:
     // Copies both strings out of the runtime's memory.
     explicit NDIInput(const NDIlib_source_t &source);
 
-    // Registers the value type with Qt: name, equality, conversion to its display text, stream operators. Called once.
+    // Registers the value type with Qt: name, equality, conversion to its display text, stream operators. More calls
+    // change nothing.
     static void registerMetaType();
 
     const QString &name() const { return m_name; }

@@ -98,13 +98,14 @@ HRESULT videoFormatFromMediaType(IMFMediaType *mediaType, NDIlib_video_frame_v2_
     UINT32 interlaceMode = MFVideoInterlace_Unknown;
     if (FAILED(mediaType->GetUINT32(MF_MT_INTERLACE_MODE, &interlaceMode)))
         interlaceMode = MFVideoInterlace_Unknown;
+    const auto aspect = pixelAspect(mediaType);
 
     frame.xres = static_cast<int>(frameWidth);
     frame.yres = static_cast<int>(frameHeight);
     frame.frame_rate_N = static_cast<int>(framerateNumerator);
     frame.frame_rate_D = static_cast<int>(framerateDenominator);
     frame.FourCC = subtypeToFourCC(subtype);
-    frame.picture_aspect_ratio = pixelAspect(mediaType);
+    frame.picture_aspect_ratio = aspect;
     frame.frame_format_type = interlaceModeToFrameFormat(interlaceMode);
     const UINT32 pixelBytes = frame.FourCC == NDIlib_FourCC_video_type_UYVY ? 2 : 4;
     frame.line_stride_in_bytes = static_cast<int>(frameWidth * pixelBytes);

@@ -51,6 +51,6 @@ HRESULT chooseFrameConverter(NDIlib_FourCC_video_type_e fourCC, bool hardwareSam
     }
     // Frames keep flowing as untouched samples.
     converter = [](const NDIlib_video_frame_v2_t &, BYTE *, LONG) {};
-    qCCritical(sourceCategory, "Unsupported hardware sample format");
+    qCWarning(sourceCategory, "Unsupported hardware sample format");
     return MF_E_UNSUPPORTED_D3D_TYPE;
 }

@@ -42,6 +42,9 @@ NDISourceMF::NDISourceMF(HRESULT &hr, const SourceParameters &params)
     } catch (const ComException &exception) {
         qCCritical(sourceCategory, "%s", qPrintable(exception.getMessage()));
         hr = exception.getErrorCode();
+    } catch (...) {
+        destroyReceiver(); // the destructor of an object that was never made does not run
+        throw;
     }
 }
 
@@ -164,6 +167,9 @@ void NDISourceMF::createReceiver(ReceiverResult &result, const SourceParameters 
 
 HRESULT NDISourceMF::openReceiver()
 {
+    DWORD characteristics = 0;
+    if (GetCharacteristics(&characteristics) == MF_E_SHUTDOWN)
+        return S_OK; // the shutdown's work is done already: nobody would destroy this receiver
     try {
         ReceiverResult discarded;
         createReceiver(discarded, m_params);

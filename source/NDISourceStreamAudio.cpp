@@ -1,6 +1,7 @@
 #include "source/NDISourceStreamAudio.h"
 
 #include "format/MediaTypes.h"
+#include "hostfw/ComException.h"
 #include "hostfw/MediaBuffers.h"
 #include "plugin/Checks.h"
 #include "plugin/Logging.h"
@@ -83,13 +84,17 @@ HRESULT NDISourceStreamAudio::processFrame(const NDIlib_audio_frame_v2_t &frame,
 
 HRESULT NDISourceStreamAudio::changeMediaType(const NDIlib_audio_frame_v2_t &frame)
 {
-    const CComPtr<IMFMediaType> newType = createAudioMediaType(frame);
-    const HRESULT hr = pushMediaTypeChange(newType);
-    if (FAILED(hr))
-        return hr;
-    // No frame is of the format before any more, even if this one is not delivered.
-    m_lastFrameFormat = {0, 0};
-    return NDISourceStream::setMediaType(newType);
+    try {
+        const CComPtr<IMFMediaType> newType = createAudioMediaType(frame);
+        const HRESULT hr = pushMediaTypeChange(newType);
+        if (FAILED(hr))
+            return hr;
+        // No frame is of the format before any more, even if this one is not delivered.
+        m_lastFrameFormat = {0, 0};
+        return NDISourceStream::setMediaType(newType);
+    } catch (const ComException &exception) {
+        return exception.getErrorCode(); // of a type that cannot be made; it is logged where it failed
+    }
 }
 
 HRESULT NDISourceStreamAudio::fillSample(IMFSample *poolSample, const NDIlib_audio_frame_v2_t &frame, DWORD frameSize)

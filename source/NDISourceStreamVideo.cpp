@@ -2,6 +2,7 @@
 
 #include "format/MediaTypes.h"
 #include "format/VideoFormat.h"
+#include "hostfw/ComException.h"
 #include "hostfw/MediaBuffers.h"
 #include "hostfw/VideoFormats.h"
 #include "plugin/Checks.h"
@@ -138,16 +139,20 @@ HRESULT NDISourceStreamVideo::processFrame(const NDIlib_video_frame_v2_t &frame,
 
 HRESULT NDISourceStreamVideo::changeMediaType(const NDIlib_video_frame_v2_t &newFormatFrame)
 {
-    const CComPtr<IMFMediaType> newType = createVideoMediaType(newFormatFrame, m_source->hardwareSamples());
-    const HRESULT hr = pushMediaTypeChange(newType);
-    if (FAILED(hr))
-        return hr;
-    forgetFrameFormat();
-    CHECK_HR(updateFrameConverter(newFormatFrame.FourCC, newType));
-    m_mediaType = newType;
-    m_samplePool->Reset();
-    calculateFrameDuration(newType);
-    return S_OK;
+    try {
+        const CComPtr<IMFMediaType> newType = createVideoMediaType(newFormatFrame, m_source->hardwareSamples());
+        const HRESULT hr = pushMediaTypeChange(newType);
+        if (FAILED(hr))
+            return hr;
+        forgetFrameFormat();
+        CHECK_HR(updateFrameConverter(newFormatFrame.FourCC, newType));
+        m_mediaType = newType;
+        m_samplePool->Reset();
+        calculateFrameDuration(newType);
+        return S_OK;
+    } catch (const ComException &exception) {
+        return exception.getErrorCode(); // of a type that cannot be made; it is logged where it failed
+    }
 }
 
 void NDISourceStreamVideo::forgetFrameFormat()

@@ -20,10 +20,10 @@ void StreamFeed::setType(IMFMediaType *type)
 
 HRESULT StreamFeed::open(IMFMediaStream *stream)
 {
-    {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        m_stream = stream;
-    }
+    const std::lock_guard<std::mutex> guard(m_lock);
+    if (m_closed)
+        return S_OK; // the source announced its stream while it was being shut down
+    m_stream = stream;
     const std::weak_ptr<StreamFeed> weak = weak_from_this();
     return m_pump.start(stream, [weak](MediaEventType type, IMFMediaEvent *event) {
         if (const std::shared_ptr<StreamFeed> feed = weak.lock())
@@ -33,10 +33,13 @@ HRESULT StreamFeed::open(IMFMediaStream *stream)
 
 void StreamFeed::close()
 {
-    m_pump.stop();
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_closed = true;
+        m_pump.stop();
+        m_stream.Release();
+    }
     detach();
-    const std::lock_guard<std::mutex> guard(m_lock);
-    m_stream.Release();
 }
 
 HRESULT StreamFeed::attach(const std::shared_ptr<SinkPort> &port)

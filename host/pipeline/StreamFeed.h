@@ -41,6 +41,7 @@ public:
     void setType(IMFMediaType *type);
     // The source has made the stream.
     HRESULT open(IMFMediaStream *stream);
+    // For good: a stream that the source announces on its way out stays closed.
     void close();
 
     // Makes the sink adopt the stream's type and gives it what the stream delivers from now on.
@@ -62,9 +63,10 @@ private:
     std::shared_ptr<SinkPort> port() const;
 
     const Callbacks m_callbacks;
-    EventPump m_pump;
     std::atomic<unsigned long long> m_delivered{0};
-    mutable std::mutex m_lock; // guards what follows; not held while streams or sinks are called
+    mutable std::mutex m_lock; // guards what follows; not held while sinks are called or streams asked for samples
+    EventPump m_pump;
+    bool m_closed = false;
     CComPtr<IMFMediaStream> m_stream;
     CComPtr<IMFMediaType> m_type;
     std::shared_ptr<SinkPort> m_port;

@@ -134,6 +134,25 @@ TEST(VideoFormat, InterlaceModesMapBothWaysAndFallBack)
         EXPECT_EQ(NDIlib_frame_format_type_progressive, interlaceModeToFrameFormat(mode));
 }
 
+TEST(AudioFormat, RateAndChannelsMakeADifferenceAndNothingElse)
+{
+    NDIlib_audio_frame_v2_t frame;
+    frame.sample_rate = 44100;
+    frame.no_channels = 3;
+    AudioFormat format;
+    EXPECT_FALSE(isSameAudioFormat(format, frame));
+    copyAudioFormat(format, frame);
+    EXPECT_TRUE(isSameAudioFormat(format, frame));
+    frame.no_samples = 99;
+    frame.timecode = 7;
+    EXPECT_TRUE(isSameAudioFormat(format, frame));
+    frame.sample_rate = 48000;
+    EXPECT_FALSE(isSameAudioFormat(format, frame));
+    frame.sample_rate = 44100;
+    frame.no_channels = 4;
+    EXPECT_FALSE(isSameAudioFormat(format, frame));
+}
+
 TEST(AudioFormat, MasksFollowTheTable)
 {
     const UINT32 expected[] = {0x80000000, 0x4, 0x3, 0x7, 0x33, 0x607, 0x707, 0x80000000, 0x80000000};
@@ -216,6 +235,31 @@ TEST(MediaTypes, ReadingGivesTheStrideOfTheFourCC)
     EXPECT_EQ(7680, frame.line_stride_in_bytes);
     EXPECT_EQ(25, frame.frame_rate_N);
     EXPECT_EQ(1, frame.frame_rate_D);
+}
+
+TEST(MediaTypes, ReadingGivesTheSizeAndTheFieldsOrProgressiveWithoutAMode)
+{
+    NDIlib_video_frame_v2_t frame;
+    const auto type = videoType(MFVideoFormat_UYVY, 720, 576);
+    type->SetUINT32(MF_MT_INTERLACE_MODE, MFVideoInterlace_FieldInterleavedUpperFirst);
+    EXPECT_EQ(S_OK, videoFormatFromMediaType(type, frame));
+    EXPECT_EQ(720, frame.xres);
+    EXPECT_EQ(576, frame.yres);
+    EXPECT_EQ(NDIlib_frame_format_type_interleaved, frame.frame_format_type);
+    type->DeleteItem(MF_MT_INTERLACE_MODE);
+    EXPECT_EQ(S_OK, videoFormatFromMediaType(type, frame));
+    EXPECT_EQ(NDIlib_frame_format_type_progressive, frame.frame_format_type);
+}
+
+TEST(MediaTypes, ReadingAnAudioTypeGivesItsRateAndChannels)
+{
+    NDIlib_audio_frame_v2_t frame;
+    frame.sample_rate = 44100;
+    frame.no_channels = 6;
+    AudioFormat format;
+    EXPECT_EQ(S_OK, audioFormatFromMediaType(createAudioMediaType(frame), format));
+    EXPECT_EQ(44100, format.sample_rate);
+    EXPECT_EQ(6, format.no_channels);
 }
 
 TEST(MediaTypes, ThePixelAspectIsReadOnlyWhenItIsNotSquare)

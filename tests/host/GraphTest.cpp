@@ -96,11 +96,16 @@ TEST_F(GraphTest, SavesThePictureOfThePattern)
     ASSERT_TRUE(receives(1, 1));
     m_scene->stop();
     const QTemporaryDir folder;
-    ASSERT_TRUE(find<host::Monitor>().snapshot(folder.filePath("a.png")));
+    // Frames that were on their way may still arrive.
+    std::uint64_t frame = 0;
+    ASSERT_TRUE(waitUntil([&] {
+        frame = find<host::Monitor>().videoFigures().lastFrame;
+        return find<host::Monitor>().snapshot(folder.filePath("a.png")) &&
+               frame == find<host::Monitor>().videoFigures().lastFrame;
+    }));
     const QImage saved(folder.filePath("a.png"));
     ASSERT_EQ(saved.size(), QSize(320, 180));
     pattern::TestPicture expected(pattern::PixelLayout::BGRA, 320, 180);
-    const std::uint64_t frame = find<host::Monitor>().videoFigures().lastFrame;
     expected.draw(frame, frame % 25 < 3);
     for (int y = pattern::codeHeight(320); y < 180; ++y) {
         const auto *const line = reinterpret_cast<const QRgb *>(expected.picture().line(y));

@@ -6,6 +6,8 @@
 #include "tests/support/LogCapture.h"
 #include "tests/support/ScriptedNdi.h"
 
+#include <QtCore/QJsonObject>
+#include <QtCore/QPluginLoader>
 #include <QtQml/QQmlComponent>
 #include <QtQml/QQmlEngine>
 
@@ -31,22 +33,26 @@ TEST(QmlPlugin, RegistersNothingWhenTheRuntimeDoesNotStart)
     EXPECT_EXIT(
         {
             ScriptedNdi::instance().refuseInitialize(true);
+            LogCapture log;
             int failures = 0;
             {
-                LogCapture log;
+                int count = 0;
+                // The application of the test program stands aside: the one made here goes with its scope.
+                QCoreApplication::instance()->~QCoreApplication();
+                QCoreApplication application(count, nullptr);
                 QmlPlugin plugin;
                 plugin.registerTypes("Test.Refused");
                 failures += log.count(QtCriticalMsg, generalLog, "Failed to initialize NDI library") != 1;
                 failures += log.lines().size() != 1;
-            }
-            {
                 QQmlEngine engine;
                 for (const char *document :
                      {"import Test.Refused 1.0\nNDISource {}",
                       "import QtQml 2.15\nimport Test.Refused 1.0\nQtObject { property var i: NDI.inputs }"})
                     failures += create(engine, document) != nullptr;
             }
-            std::exit(failures == 0 && ScriptedNdi::instance().calls().destroyed == 0 ? 0 : 1);
+            failures += log.count(QtDebugMsg, generalLog, "NDI library uninitialized") != 0;
+            failures += ScriptedNdi::instance().calls().destroyed != 0;
+            std::_Exit(failures);
         },
         testing::ExitedWithCode(0), "");
 }
@@ -67,6 +73,7 @@ TEST(QmlPlugin, StartsTheRuntimeOncePerCallAndStopsItAsOftenWhenTheApplicationGo
                 plugin.registerTypes("Test.Twice");
                 plugin.registerTypes("Test.Twice");
                 failures += log.count(QtDebugMsg, generalLog, "NDI library initialized") != 2;
+                failures += log.lines().size() != 2;
                 failures += ScriptedNdi::instance().calls().destroyed != 0;
             }
             failures += log.count(QtDebugMsg, generalLog, "NDI library uninitialized") != 2;
@@ -74,6 +81,15 @@ TEST(QmlPlugin, StartsTheRuntimeOncePerCallAndStopsItAsOftenWhenTheApplicationGo
             std::_Exit(failures);
         },
         testing::ExitedWithCode(0), "");
+}
+
+TEST(QmlPlugin, CarriesTheInterfaceAndItsClassNameAsMetadata)
+{
+    const QPluginLoader loader(QStringLiteral(TAVRIN_PLUGIN_FILE));
+    const QJsonObject metadata = loader.metaData();
+    EXPECT_EQ(QStringLiteral("org.qt-project.Qt.QQmlExtensionInterface"), metadata.value("IID").toString());
+    EXPECT_EQ(QStringLiteral("QmlPlugin"), metadata.value("className").toString());
+    EXPECT_TRUE(metadata.value("MetaData").toObject().isEmpty());
 }
 
 TEST(QmlPlugin, MakesTheModulesTypesKnownToQml)

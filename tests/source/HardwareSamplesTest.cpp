@@ -24,7 +24,7 @@ TEST_F(HardwareSamplesTest, HardwareSamplesAnnounceUyvyAsYuy2AndFollowTheHostToN
     EXPECT_EQ(S_OK, stream.setMediaType(videoType(MFVideoFormat_NV12)));
     EXPECT_EQ(MF_E_UNSUPPORTED_D3D_TYPE,
               stream.updateFrameConverter(NDIlib_FourCC_video_type_UYVY, videoType(MFVideoFormat_RGB32)));
-    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, "Unsupported hardware sample format"));
+    EXPECT_EQ(1, log.count(QtWarningMsg, sourceLog, "Unsupported hardware sample format"));
 }
 
 TEST_F(HardwareSamplesTest, EachHardwareConversionIsTheFrameworksOwn)
@@ -106,7 +106,7 @@ TEST_F(HardwareSamplesTest, ATypeOfTheHostThatUyvyCannotBecomeFailsAndSamplesSta
     useHardware();
     VideoStream &stream = videoStream();
     EXPECT_EQ(MF_E_UNSUPPORTED_D3D_TYPE, stream.setMediaType(videoType(MFVideoFormat_RGB32)));
-    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, "Unsupported hardware sample format"));
+    EXPECT_EQ(1, log.count(QtWarningMsg, sourceLog, "Unsupported hardware sample format"));
     EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog,
                            " [updateFrameConverter(m_lastFrameFormat.FourCC, type)] (HR=0xC00D6D76)"));
 }

@@ -3,6 +3,8 @@
 #include "hostfw/ISource.h"
 #include "tests/source/SourceHarness.h"
 
+#include <future>
+
 namespace
 {
 
@@ -33,7 +35,34 @@ protected:
     }
 };
 
+// A source whose start can be made to come later than it was asked for.
+class LateSource : public NDISourceMF
+{
+public:
+    using NDISourceMF::NDISourceMF;
+    using NDISourceMF::OnStart;
+};
+
 } // namespace
+
+TEST_F(NDISourceMFLifecycleTest, AStartThatComesAfterTheShutdownOpensNoReceiver)
+{
+    HRESULT hr = E_UNEXPECTED;
+    CComPtr<LateSource> source(new LateSource(hr, parameters()));
+    ASSERT_EQ(S_OK, hr);
+    std::promise<void> gone;
+    QObject::connect(source.p, &QObject::destroyed, [&] { gone.set_value(); });
+    start(source);
+    ASSERT_EQ(S_OK, source->Shutdown());
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
+    const int findersMade = ndi.calls().findersMade;
+    source->OnStart(nullptr);
+    streams.clear();
+    source.Release();
+    // The last reference is that of the work on the queue.
+    ASSERT_EQ(std::future_status::ready, gone.get_future().wait_for(std::chrono::seconds(20)));
+    EXPECT_EQ(findersMade, ndi.calls().findersMade);
+}
 
 TEST_F(NDISourceMFLifecycleTest, StopAndStartMakeANewReceiverAndANewOrigin)
 {

@@ -86,6 +86,22 @@ TEST_F(SourceCreationTest, ASearchIsCancelledByAnotherInputWhoseResultAloneArriv
     EXPECT_EQ(0, log.countContaining("no longer needed"));
 }
 
+TEST_F(SourceCreationTest, AnAbandonedJobThatHasFoundItsSenderLetsItGoAgain)
+{
+    connectOutputs();
+    node.setInput(camera);
+    node.createMediaObjects();
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversMade == 1; }));
+    // The node has not heard of it: its events wait.
+    node.setInput(NDIInput());
+    node.createMediaObjects();
+    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(20000));
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(madeSource());
+    EXPECT_EQ(MediaNode::Creating, node.status());
+}
+
 TEST_F(SourceCreationTest, ASenderThatIsNeverListedKeepsItsJobUntilTheNodeCancelsIt)
 {
     connectOutputs();
