@@ -15,8 +15,8 @@
 //
 // Threads: any. The state is guarded by m_streamLock, which is taken after the source's lock, never before it, and is
 // not held while the request manager or a subclass is called; QueueEvent is, so that events come in the order of the
-// states they tell of. A sample, gap or end that a stop or a seek overtakes on its way is dropped. Ownership: the source
-// owns the stream; AddRef and Release count on the source.
+// states they tell of. A sample, gap or end that a stop or a seek overtakes on its way is dropped. Ownership: the
+// source owns the stream; AddRef and Release count on the source.
 class MULTIMEDIA_EXPORT CBaseSourceStream : public tvx::ISourceStream, public CUnknown
 {
 public:

@@ -17,8 +17,8 @@ struct ISourceStream;
 
 // A media source as its own streams see it.
 struct ISource : public IMFMediaSourceEx {
-    // A stream delivered its last sample. When every selected stream has, the source's presentation ends, once until the
-    // next start, seek or stop. A stream that is stopped or not selected does not count.
+    // A stream delivered its last sample. When every selected stream has, the source's presentation ends, once until
+    // the next start, seek or stop. A stream that is stopped or not selected does not count.
     virtual HRESULT NotifyEndOfStream(ISourceStream *stream) = 0;
     // A stream has stopped by itself.
     virtual HRESULT NotifyStopped(ISourceStream *stream) = 0;

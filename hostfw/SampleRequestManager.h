@@ -20,18 +20,18 @@ public:
     virtual ~ISampleRequestManager() = default;
 
     // The consumer's side. `token` may be null; it returns on the sample as MFSampleExtension_Token.
-    // MF_E_END_OF_STREAM once the end of data was delivered. MF_E_INVALIDREQUEST while the stream is not selected,
-    // MF_E_MEDIA_SOURCE_WRONGSTATE while it is stopped: what comes after the flush of a stop is not kept for the next run.
+    // MF_E_END_OF_STREAM once the end of data was delivered; MF_E_INVALIDREQUEST while the stream is not selected and
+    // MF_E_MEDIA_SOURCE_WRONGSTATE while it is stopped, so that no request gets in behind the flush of a stop.
     virtual HRESULT RequestSample(IUnknown *token) = 0;
 
     // The producer's side. A sample without a waiting request is kept until one comes. While the stream is stopped or
-    // not selected, samples, gaps and the end of data are dropped (S_FALSE).
+    // not selected, samples are dropped (S_FALSE), and so are gaps and the end of data (S_OK).
     virtual HRESULT PushSample(IMFSample *sample) = 0;
     // Delivered through ISourceStream::MediaTypeChanged right before the first sample pushed after it.
     virtual HRESULT PushMediaTypeChange(IMFMediaType *type) = 0;
     virtual HRESULT PushGap(LONGLONG time) = 0;
-    // No sample comes after this; delivered through ISourceStream::NotifyEndOfStream when all before it are. Counts once,
-    // however often it is pushed, until the next Flush.
+    // No sample comes after this; delivered through ISourceStream::NotifyEndOfStream when all before it are. Counts
+    // once, however often it is pushed, until the next Flush.
     virtual HRESULT PushEndOfData() = 0;
 
     // Forgets requests, samples, gaps and an undelivered end of data, and takes requests again. A media type change

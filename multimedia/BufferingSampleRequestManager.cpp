@@ -142,7 +142,7 @@ HRESULT SampleRequests::pushGap(LONGLONG time)
         if (!m_stream)
             return MF_E_SHUTDOWN;
         if (!isAccepting())
-            return S_FALSE;
+            return S_OK;
         m_entries.pushBack(Gap{time});
     }
     deliver();
@@ -155,9 +155,7 @@ HRESULT SampleRequests::pushEndOfData()
         const std::lock_guard<std::mutex> lock(m_mutex);
         if (!m_stream)
             return MF_E_SHUTDOWN;
-        if (!isAccepting())
-            return S_FALSE;
-        if (m_ended || isEndWaiting())
+        if (!isAccepting() || m_ended || isEndWaiting())
             return S_OK;
         m_entries.pushBack(EndOfData{});
     }

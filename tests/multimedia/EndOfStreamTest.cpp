@@ -105,7 +105,7 @@ TEST_F(EndOfStream, IsNotToldOfADeselectedStream)
 {
     m_descriptor->DeselectStream(1);
     start();
-    EXPECT_EQ(audio().manager().PushEndOfData(), S_FALSE);
+    EXPECT_EQ(audio().manager().PushEndOfData(), S_OK);
     EXPECT_THAT(eventsThere(&audio()), IsEmpty());
     video().manager().PushEndOfData();
     EXPECT_THAT(eventsThere(m_source), ElementsAre(MEEndOfPresentation));
@@ -135,8 +135,8 @@ TEST_F(EndOfStream, OfADeselectedStreamDoesNotEndThePresentationOfNone)
 TEST_F(EndOfStream, IsNotToldOfAStoppedStream)
 {
     stop();
-    EXPECT_EQ(video().manager().PushEndOfData(), S_FALSE);
-    EXPECT_EQ(video().manager().PushGap(5), S_FALSE);
+    EXPECT_EQ(video().manager().PushEndOfData(), S_OK);
+    EXPECT_EQ(video().manager().PushGap(5), S_OK);
     EXPECT_THAT(eventsThere(&video()), IsEmpty());
     start();
     EXPECT_FALSE(video().IsEnded());

@@ -140,6 +140,19 @@ TEST_F(RequestManager, TheEndComesAfterAllSamples)
     EXPECT_THAT(delivered(), ElementsAre(sampleAt(1), endOfStream()));
 }
 
+TEST_F(RequestManager, TheEndCountsOnceUntilAFlush)
+{
+    push(1);
+    EXPECT_EQ(m_manager->PushEndOfData(), S_OK);
+    EXPECT_EQ(m_manager->PushEndOfData(), S_OK);
+    request();
+    EXPECT_EQ(m_manager->PushEndOfData(), S_OK);
+    EXPECT_THAT(delivered(), ElementsAre(sampleAt(1), endOfStream()));
+    m_manager->Flush();
+    m_manager->PushEndOfData();
+    EXPECT_THAT(delivered(), ElementsAre(sampleAt(1), endOfStream(), endOfStream()));
+}
+
 TEST_F(RequestManager, TheEndNeedsNoRequest)
 {
     m_manager->PushEndOfData();
@@ -244,6 +257,28 @@ TEST_F(RequestManager, DropsSamplesWhileTheStreamIsNotSelected)
     EXPECT_EQ(m_manager->PushSample(makeSampleAt(1)), S_FALSE);
     m_stream->selected = true;
     request();
+    EXPECT_THAT(delivered(), IsEmpty());
+}
+
+TEST_F(RequestManager, DropsGapsAndTheEndWhileTheStreamIsStopped)
+{
+    m_stream->stopped = true;
+    EXPECT_EQ(m_manager->PushGap(1), S_OK);
+    EXPECT_EQ(m_manager->PushEndOfData(), S_OK);
+    m_stream->stopped = false;
+    request();
+    EXPECT_THAT(delivered(), IsEmpty());
+}
+
+TEST_F(RequestManager, RefusesRequestsWhileTheStreamDoesNotRun)
+{
+    m_stream->stopped = true;
+    EXPECT_EQ(m_manager->RequestSample(nullptr), MF_E_MEDIA_SOURCE_WRONGSTATE);
+    m_stream->selected = false;
+    EXPECT_EQ(m_manager->RequestSample(nullptr), MF_E_INVALIDREQUEST);
+    m_stream->stopped = false;
+    m_stream->selected = true;
+    push(1);
     EXPECT_THAT(delivered(), IsEmpty());
 }
 
