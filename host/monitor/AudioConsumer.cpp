@@ -50,7 +50,7 @@ void AudioConsumer::typeChanged(IMFMediaType *type)
 
 void AudioConsumer::sample(IMFSample *sample, HnsTime arrival)
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     LONGLONG time = 0;
     LONGLONG duration = 0;
     sample->GetSampleTime(&time);
@@ -65,11 +65,13 @@ void AudioConsumer::sample(IMFSample *sample, HnsTime arrival)
     if (!mapping.buffer())
         return;
     const auto *const data = reinterpret_cast<const float *>(mapping.buffer());
-    const std::size_t frames = mapping.currentLength() / sizeof(float) / static_cast<std::size_t>(m_figures.channels);
+    const int sampleRate = m_figures.sampleRate;
+    const int channels = m_figures.channels;
+    const std::size_t frames = mapping.currentLength() / sizeof(float) / static_cast<std::size_t>(channels);
     m_figures.audioFrames += frames;
-    m_figures.peakDbfs = peakDbfs(data, frames * static_cast<std::size_t>(m_figures.channels));
-    if (m_recording)
-        m_recording->write(data, static_cast<int>(frames), m_figures.sampleRate, m_figures.channels);
+    m_figures.peakDbfs = peakDbfs(data, frames * static_cast<std::size_t>(channels));
+    lock.unlock();
+    m_recorder.write(data, static_cast<int>(frames), sampleRate, channels);
 }
 
 AudioFigures AudioConsumer::figures() const
@@ -77,15 +79,13 @@ AudioFigures AudioConsumer::figures() const
     const std::lock_guard<std::mutex> guard(m_lock);
     AudioFigures figures = m_figures;
     figures.stream = m_meter.figures(steadyNow());
-    if (m_recording)
-        figures.recordingError = m_recording->error();
+    figures.recordingError = m_recorder.error();
     return figures;
 }
 
 void AudioConsumer::record(const QString &path)
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    m_recording = path.isEmpty() ? nullptr : std::make_unique<WavWriter>(path);
+    m_recorder.record(path);
 }
 
 } // namespace host

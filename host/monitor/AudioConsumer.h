@@ -1,10 +1,10 @@
 #pragma once
 
+#include "host/monitor/Recorder.h"
 #include "host/monitor/SampleConsumer.h"
 #include "host/monitor/StreamMeter.h"
 #include "host/monitor/WavWriter.h"
 
-#include <memory>
 #include <mutex>
 
 namespace host
@@ -35,10 +35,10 @@ public:
     void record(const QString &path);
 
 private:
-    mutable std::mutex m_lock; // guards everything below
+    Recorder<WavWriter> m_recorder;
+    mutable std::mutex m_lock; // guards everything below; never held while the disk is written
     StreamMeter m_meter;
     AudioFigures m_figures;
-    std::unique_ptr<WavWriter> m_recording;
 };
 
 } // namespace host

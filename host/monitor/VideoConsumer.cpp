@@ -38,7 +38,7 @@ void VideoConsumer::typeChanged(IMFMediaType *type)
 
 void VideoConsumer::sample(IMFSample *sample, HnsTime arrival)
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     LONGLONG time = 0;
     LONGLONG duration = 0;
     sample->GetSampleTime(&time);
@@ -51,16 +51,17 @@ void VideoConsumer::sample(IMFSample *sample, HnsTime arrival)
     }
     if (!m_figures.format)
         return;
-    const SamplePicture picture(sample, *m_figures.format);
+    const VideoFormat format = *m_figures.format;
+    const SamplePicture picture(sample, format);
     if (!picture.isValid()) {
         ++m_figures.unreadable;
         return;
     }
     readCode(picture.view(), arrival);
-    if (m_recording)
-        m_recording->write(picture.view(), *m_figures.format);
     m_last = sample;
-    m_lastFormat = m_figures.format;
+    m_lastFormat = format;
+    lock.unlock();
+    m_recorder.write(picture.view(), format);
 }
 
 VideoFigures VideoConsumer::figures() const
@@ -71,8 +72,7 @@ VideoFigures VideoConsumer::figures() const
     figures.latencyMedianMs = m_latency.quantile(0.5);
     figures.latency95Ms = m_latency.quantile(0.95);
     figures.latencyMaxMs = m_latency.maximum();
-    if (m_recording)
-        figures.recordingError = m_recording->error();
+    figures.recordingError = m_recorder.error();
     return figures;
 }
 
@@ -99,8 +99,7 @@ QByteArray VideoConsumer::metadata() const
 
 void VideoConsumer::record(const QString &path)
 {
-    const std::lock_guard<std::mutex> guard(m_lock);
-    m_recording = path.isEmpty() ? nullptr : std::make_unique<Y4mWriter>(path);
+    m_recorder.record(path);
 }
 
 void VideoConsumer::readCode(const pattern::ConstPicture &picture, HnsTime arrival)

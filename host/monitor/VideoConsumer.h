@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/monitor/Recorder.h"
 #include "host/monitor/SampleConsumer.h"
 #include "host/monitor/StreamMeter.h"
 #include "host/monitor/VideoPicture.h"
@@ -9,7 +10,6 @@
 
 #include <QtCore/QByteArray>
 
-#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -54,14 +54,14 @@ public:
 private:
     void readCode(const pattern::ConstPicture &picture, HnsTime arrival);
 
-    mutable std::mutex m_lock; // guards everything below
+    Recorder<Y4mWriter> m_recorder;
+    mutable std::mutex m_lock; // guards everything below; never held while the disk is written
     StreamMeter m_meter;
     VideoFigures m_figures;
     Histogram m_latency;
     QByteArray m_metadata;
     CComPtr<IMFSample> m_last;
     std::optional<VideoFormat> m_lastFormat; // of m_last
-    std::unique_ptr<Y4mWriter> m_recording;
 };
 
 } // namespace host

@@ -54,8 +54,9 @@ void WavWriter::finish()
 {
     if (!m_file.isOpen())
         return;
-    m_file.seek(0);
-    writeHeader();
+    // A pipe keeps the lengths it was begun with.
+    if (!m_file.isSequential() && m_file.seek(0))
+        writeHeader();
     m_file.close();
 }
 
