@@ -78,7 +78,8 @@ protected:
     virtual HRESULT OnSelected();
     virtual HRESULT OnDeselected();
 
-    // The manager set on the stream, or null. Valid until the next SetD3DManager.
+    // The manager set on the stream last, or null: none, or the stream is shut down. What it returned stays valid as
+    // long as the stream lives, whatever is set on it meanwhile.
     CD3D11DeviceManager *GetD3DManager();
 
     const std::shared_ptr<tvx::ISampleRequestManager> m_requestManager;

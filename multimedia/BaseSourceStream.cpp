@@ -31,6 +31,18 @@ public:
         return SUCCEEDED(hr) ? handler->SetCurrentMediaType(type) : hr;
     }
 
+    // The one kept already for the same device manager, or else this one; null for null. The lock must be held.
+    CD3D11DeviceManager *keep(std::unique_ptr<CD3D11DeviceManager> wrapped)
+    {
+        if (!wrapped)
+            return nullptr;
+        for (const auto &kept : d3dManagers)
+            if (kept->manager() == wrapped->manager())
+                return kept.get();
+        d3dManagers.push_back(std::move(wrapped));
+        return d3dManagers.back().get();
+    }
+
     // Whether samples, gaps and the end flow, and whether what is delivered to the stream on this thread is of this
     // run. The lock must be held.
     bool takesDeliveries(const tvx::ISourceStream *stream) const
@@ -45,7 +57,9 @@ public:
     // Guarded by m_streamLock.
     CComPtr<IMFStreamDescriptor> descriptor;
     CComPtr<IMFMediaType> currentType;
-    std::unique_ptr<CD3D11DeviceManager> d3dManager;
+    CD3D11DeviceManager *d3dManager = nullptr; // one of d3dManagers
+    // All that were ever set: a frame may be under way with one when another is set or the stream is shut down.
+    std::vector<std::unique_ptr<CD3D11DeviceManager>> d3dManagers;
     State state = State::Stopped;
     bool selected = false;
     bool ended = false;
@@ -173,7 +187,7 @@ HRESULT CBaseSourceStream::Uninitialize()
     const AutoLock lock(m_streamLock);
     m_impl->descriptor.Release();
     m_impl->currentType.Release();
-    m_impl->d3dManager.reset();
+    m_impl->d3dManager = nullptr;
     return S_OK;
 }
 
@@ -408,7 +422,7 @@ HRESULT CBaseSourceStream::SetD3DManager(IUnknown *manager)
     const AutoLock lock(m_streamLock);
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
-    m_impl->d3dManager = std::move(wrapped);
+    m_impl->d3dManager = m_impl->keep(std::move(wrapped));
     return S_OK;
 }
 
@@ -436,5 +450,5 @@ HRESULT CBaseSourceStream::OnDeselected()
 CD3D11DeviceManager *CBaseSourceStream::GetD3DManager()
 {
     const AutoLock lock(m_streamLock);
-    return m_impl->d3dManager.get();
+    return m_impl->d3dManager;
 }
