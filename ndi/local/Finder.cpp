@@ -61,15 +61,16 @@ void Finder::look()
         const auto identity = record.identity;
         m_links[identity] = std::make_unique<SenderLink>(m_io.context(), listener, std::move(record), Role::Finder, 0);
     }
-    lookAfter(lookPeriod);
 }
 
 void Finder::lookAfter(std::chrono::milliseconds delay)
 {
     m_timer.expires_after(delay);
     m_timer.async_wait([this](const boost::system::error_code &error) {
-        if (!error)
-            look();
+        if (error)
+            return;
+        lookAfter(lookPeriod);
+        look();
     });
 }
 
@@ -80,12 +81,11 @@ void Finder::onOpen(SenderLink &)
 
 void Finder::onEnd(SenderLink &link, SenderLink::End end)
 {
-    const bool wasListed = link.isOpen();
-    if (end == SenderLink::End::Refused)
-        m_registry.dropStale(link.record());
-    m_links.erase(Secret(link.record().identity));
-    if (wasListed)
+    const auto ended = m_links.extract(link.record().identity);
+    if (link.isOpen())
         publishList();
+    if (end == SenderLink::End::Refused || end == SenderLink::End::Impostor)
+        m_registry.dropStale(link.record());
 }
 
 void Finder::publishList()

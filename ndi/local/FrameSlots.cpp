@@ -73,6 +73,21 @@ FrameSlots::Hold FrameSlots::acquire(std::uint64_t size)
     return {*this, static_cast<std::uint32_t>(slot - m_slots.data())};
 }
 
+bool FrameSlots::areHeldUp(std::uint64_t size)
+{
+    const std::lock_guard lock(m_lock);
+    std::size_t held = 0;
+    std::uint64_t bytes = 0;
+    for (const auto &slot : m_slots) {
+        if (slot.holds == 0)
+            continue;
+        ++held;
+        bytes += slot.memory->size();
+    }
+    const auto rounded = roundedUp(size);
+    return rounded <= m_limits.bytes && (held == m_slots.size() || bytes + rounded > m_limits.bytes);
+}
+
 // The first free slot that is large enough, else the first without memory, else any free one. Low numbers first: the
 // memory in use stays small and warm.
 FrameSlots::Slot *FrameSlots::freeSlot(std::uint64_t size)

@@ -52,6 +52,8 @@ public:
 
     // A free slot of at least `size` bytes; none when the limits are reached or the machine's memory is.
     Hold acquire(std::uint64_t size);
+    // Whether there would be a slot of that size if nobody held one.
+    bool areHeldUp(std::uint64_t size);
 
 private:
     struct Slot {

@@ -2,12 +2,13 @@
 
 #include <boost/asio/post.hpp>
 
+#include <exception>
 #include <future>
 
 namespace localndi
 {
 
-IoThread::IoThread() : m_guard(m_context.get_executor()), m_thread([this] { m_context.run(); }) {}
+IoThread::IoThread() : m_guard(m_context.get_executor()), m_thread([this] { run(); }) {}
 
 IoThread::~IoThread()
 {
@@ -16,12 +17,22 @@ IoThread::~IoThread()
 
 void IoThread::invoke(const std::function<void()> &work)
 {
-    std::promise<void> done;
-    boost::asio::post(m_context, [&] {
-        work();
-        done.set_value();
-    });
-    done.get_future().wait();
+    std::packaged_task<void()> task(work);
+    auto done = task.get_future();
+    boost::asio::post(m_context, [&task] { task(); });
+    done.get();
+}
+
+void IoThread::run()
+{
+    for (;;) {
+        try {
+            m_context.run();
+            return;
+        } catch (const std::exception &) {
+            continue;
+        }
+    }
 }
 
 void IoThread::stop()

@@ -1,10 +1,14 @@
 #include "ndi/local/MessageStream.h"
 
+#include "ndi/local/System.h"
+
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/error.hpp>
 #include <boost/asio/write.hpp>
 
 #include <cstring>
+#include <exception>
+#include <new>
 #include <utility>
 
 namespace localndi
@@ -34,11 +38,15 @@ MessageStream::MessageStream(tcp::socket socket, Listener &listener, std::size_t
 void MessageStream::connect(std::uint16_t port)
 {
     const tcp::endpoint endpoint(boost::asio::ip::address_v4::loopback(), port);
+    Error failed; // then connecting fails the same way
+    m_socket.open(endpoint.protocol(), failed);
+    if (!failed)
+        system::keepFromChildren(m_socket);
     m_socket.async_connect(endpoint, [self = shared_from_this()](const Error &error) {
         if (self->m_listener == nullptr)
             return;
         if (error) {
-            self->end(error == boost::asio::error::connection_refused ? End::Refused : End::Closed);
+            self->end(error == boost::asio::error::connection_refused ? End::Refused : End::Failed);
             return;
         }
         self->startReading();
@@ -68,15 +76,22 @@ void MessageStream::clearDeadline()
     m_deadline.expires_at(std::chrono::steady_clock::time_point::max());
 }
 
-void MessageStream::send(MessageType type, std::string_view head, std::string_view tail)
+bool MessageStream::send(MessageType type, std::string_view head, std::string_view tail)
 {
     if (m_listener == nullptr || m_finishing || m_waiting.size() > backlogLimit)
-        return;
+        return false;
     const MessageHeader header{type, static_cast<std::uint32_t>(head.size() + tail.size())};
-    for (const auto part : {bytesOf(header), head, tail})
-        m_waiting.insert(m_waiting.end(), part.begin(), part.end());
+    const auto before = m_waiting.size();
+    try {
+        for (const auto part : {bytesOf(header), head, tail})
+            m_waiting.insert(m_waiting.end(), part.begin(), part.end());
+    } catch (const std::bad_alloc &) {
+        m_waiting.resize(before); // half a message would garble the rest
+        return false;
+    }
     if (m_writing.empty())
         write();
+    return true;
 }
 
 void MessageStream::finish()
@@ -90,6 +105,8 @@ void MessageStream::close()
 {
     m_listener = nullptr;
     Error ignored;
+    // Ends the connection even where a child process has inherited the socket.
+    m_socket.shutdown(tcp::socket::shutdown_both, ignored);
     m_socket.close(ignored);
     m_deadline.cancel();
 }
@@ -129,11 +146,15 @@ void MessageStream::readMore()
 void MessageStream::received(std::size_t count)
 {
     m_inputSize += count;
-    if (!deliver()) {
-        end(End::Closed);
-        return;
+    bool isSound = false;
+    try {
+        isSound = deliver();
+    } catch (const std::exception &) {
+        isSound = false; // what a message asked for is lost, and with it what the peer takes for granted
     }
-    if (m_listener != nullptr)
+    if (!isSound)
+        end(End::Closed);
+    else if (m_listener != nullptr)
         readMore();
 }
 

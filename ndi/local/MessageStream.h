@@ -22,6 +22,7 @@ class MessageStream : public std::enable_shared_from_this<MessageStream>
 public:
     enum class End {
         Refused, // nobody listens on the port
+        Failed,  // to connect, for a reason that says nothing about the peer
         Closed,  // by the peer, or because it broke the protocol
         TimedOut,
     };
@@ -51,8 +52,8 @@ public:
     void setDeadline(std::chrono::milliseconds delay);
     void clearDeadline();
 
-    // The message is lost while the peer lets too much pile up.
-    void send(MessageType type, std::string_view head, std::string_view tail = {});
+    // False when the message is lost: the stream has ended, or the peer lets too much pile up.
+    bool send(MessageType type, std::string_view head, std::string_view tail = {});
     // Sends what is left, then says that no more comes; ends when the peer has closed its side.
     void finish();
     void close();

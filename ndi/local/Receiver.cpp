@@ -4,6 +4,7 @@
 
 #include <boost/asio/post.hpp>
 
+#include <algorithm>
 #include <utility>
 
 namespace localndi
@@ -72,15 +73,17 @@ void Receiver::lookLater()
 
 void Receiver::look()
 {
-    SenderLink::Listener &listener = *this;
-    for (auto &record : m_registry.records()) {
-        if (!isWanted(record))
-            continue;
-        m_link =
-            std::make_unique<SenderLink>(m_io.context(), listener, std::move(record), Role::Receiver, m_settings.kinds);
+    if (m_link != nullptr)
         return;
-    }
     lookLater();
+    auto records = m_registry.records();
+    const auto unwanted = [this](const SenderRecord &record) { return !isWanted(record); };
+    records.erase(std::remove_if(records.begin(), records.end(), unwanted), records.end());
+    if (records.empty())
+        return;
+    SenderLink::Listener &listener = *this;
+    m_link = std::make_unique<SenderLink>(m_io.context(), listener, std::move(records[m_failures % records.size()]),
+                                          Role::Receiver, m_settings.kinds);
 }
 
 bool Receiver::isWanted(const SenderRecord &record) const
@@ -105,10 +108,12 @@ void Receiver::onEnd(SenderLink &link, SenderLink::End end)
 {
     m_connected = false;
     m_mappings.reset();
-    if (end == SenderLink::End::Refused)
-        m_registry.dropStale(link.record());
-    m_link.reset();
+    const auto ended = std::move(m_link);
+    if (!link.isOpen())
+        ++m_failures;
     lookLater();
+    if (end == SenderLink::End::Refused || end == SenderLink::End::Impostor)
+        m_registry.dropStale(link.record());
 }
 
 void Receiver::onMessage(SenderLink &, MessageType type, std::string_view body)

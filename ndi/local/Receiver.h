@@ -74,6 +74,7 @@ private:
     // The IO thread's.
     boost::asio::steady_timer m_timer;
     std::unique_ptr<SenderLink> m_link;
+    std::size_t m_failures = 0;               // to connect: of several senders of the name, each has its turn
     std::unique_ptr<SlotMappings> m_mappings; // of the link's sender
     std::uint64_t m_connection = 0;           // counts them: a slot of an earlier one is not given back to this one
 };

@@ -36,7 +36,10 @@ public:
 private:
     void onOpen(SenderLink &) override { m_context.stop(); }
     void onMessage(SenderLink &, MessageType, std::string_view) override {}
-    void onEnd(SenderLink &, SenderLink::End end) override { m_alive = end == SenderLink::End::TimedOut; }
+    void onEnd(SenderLink &, SenderLink::End end) override
+    {
+        m_alive = end == SenderLink::End::TimedOut || end == SenderLink::End::Failed;
+    }
 
     boost::asio::io_context m_context;
     bool m_alive = true;
@@ -103,6 +106,7 @@ void Registration::listen()
         const tcp::endpoint endpoint(boost::asio::ip::address_v4::loopback(), static_cast<std::uint16_t>(port));
         Error error;
         m_acceptor.open(endpoint.protocol());
+        system::keepFromChildren(m_acceptor);
         system::allowPortReuse(m_acceptor);
         m_acceptor.bind(endpoint, error);
         if (!error)

@@ -148,11 +148,11 @@ void Registry::withdraw(const SenderRecord &record) const
     removeFile(recordFile(record.port));
 }
 
-void Registry::dropStale(const SenderRecord &record) const
+bool Registry::dropStale(const SenderRecord &record) const
 {
     const Lock lock(*this, dropLockTime);
     if (!lock)
-        return; // noticed again on the next look
+        return false; // noticed again on the next look
     const auto file = recordFile(record.port);
     const auto current = readRecordFile(file);
     if (current && current->identity == record.identity) {
@@ -160,6 +160,7 @@ void Registry::dropStale(const SenderRecord &record) const
         removeFrameFiles(record.fileStem());
     }
     removeOrphans(lock);
+    return true;
 }
 
 void Registry::removeOrphans(const Lock &lock) const

@@ -47,8 +47,9 @@ public:
     bool publish(const Lock &lock, const SenderRecord &record) const;
     // By the sender itself, while it still listens on the record's port.
     void withdraw(const SenderRecord &record) const;
-    // Nobody listened on the record's port. Does nothing if another sender has taken the port since.
-    void dropStale(const SenderRecord &record) const;
+    // Nobody, or a stranger, listened on the record's port. Leaves the record of another sender that has taken the port
+    // since. False when somebody else has the lock for now.
+    bool dropStale(const SenderRecord &record) const;
     // Removes frame files that no record stands for, once they are some seconds old.
     void removeOrphans(const Lock &lock) const;
 

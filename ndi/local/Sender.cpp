@@ -1,5 +1,7 @@
 #include "ndi/local/Sender.h"
 
+#include "ndi/local/System.h"
+
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
@@ -17,7 +19,7 @@ constexpr FrameSlots::Limits videoLimits{64, 2ULL << 30};
 constexpr FrameSlots::Limits audioLimits{256, 512 << 20};
 constexpr std::size_t maximumConnections = 512;
 constexpr std::chrono::milliseconds acceptPause{100};
-constexpr std::chrono::milliseconds farewellTime{100}; // for receivers to take what was sent last
+constexpr std::chrono::milliseconds farewellTime{2000}; // for receivers to take what was sent last
 
 // The text behind the data, with its terminating zero.
 std::uint32_t metadataSize(std::string_view text)
@@ -67,13 +69,23 @@ void writeSamples(std::uint8_t *slot, const AudioShape &shape, const float *samp
         std::memcpy(slot + channel * bytes, source + channel * shape.stride, static_cast<std::size_t>(bytes));
 }
 
+bool isField(const NDIlib_video_frame_v2_t &frame)
+{
+    return frame.frame_format_type == NDIlib_frame_format_type_field_0 ||
+           frame.frame_format_type == NDIlib_frame_format_type_field_1;
+}
+
+// In so many seconds as the rate's denominator says. Each field of a frame has half its time.
+std::int64_t picturesPerUnits(const NDIlib_video_frame_v2_t &frame)
+{
+    return std::int64_t{frame.frame_rate_N} * (isField(frame) ? 2 : 1);
+}
+
 float aspectOf(const NDIlib_video_frame_v2_t &frame)
 {
     if (frame.picture_aspect_ratio != 0.0F)
         return frame.picture_aspect_ratio;
-    const bool isField = frame.frame_format_type == NDIlib_frame_format_type_field_0 ||
-                         frame.frame_format_type == NDIlib_frame_format_type_field_1;
-    const float lines = static_cast<float>(frame.yres) * (isField ? 2.0F : 1.0F);
+    const float lines = static_cast<float>(frame.yres) * (isField(frame) ? 2.0F : 1.0F);
     return static_cast<float>(frame.xres) / lines;
 }
 
@@ -91,15 +103,17 @@ Sender::Sender(const Settings &settings)
 
 Sender::~Sender()
 {
-    m_io.invoke([this] {
-        announceAll();
-        m_registration.withdraw();
-        for (const auto &connection : m_connections)
-            connection->finish();
-    });
-    {
+    try {
+        m_io.invoke([this] {
+            announceAll();
+            m_registration.withdraw();
+            for (const auto &connection : m_connections)
+                connection->finish();
+        });
         std::unique_lock lock(m_countLock);
-        m_countChanged.wait_for(lock, farewellTime, [this] { return m_connectionCount == 0; });
+        m_countChanged.wait_for(lock, farewellTime, [this] { return m_receiverCount == 0; });
+    } catch (const std::exception &) {
+        // There was no memory for a farewell: the ends of the connections say the same.
     }
     m_io.stop();
     m_connections.clear();
@@ -112,14 +126,14 @@ void Sender::sendVideo(const NDIlib_video_frame_v2_t &frame)
         return;
     const std::lock_guard lock(m_videoLock);
     if (m_clockVideo)
-        m_videoPacer.wait(frame.frame_rate_D, frame.frame_rate_N);
+        m_videoPacer.wait(frame.frame_rate_D, picturesPerUnits(frame));
     const auto timecode =
-        m_timecodes.next(TimecodeClock::Video, frame.timecode, frame.frame_rate_D, frame.frame_rate_N);
+        m_timecodes.next(TimecodeClock::Video, frame.timecode, frame.frame_rate_D, picturesPerUnits(frame));
     if (m_videoReceivers == 0)
         return;
     const auto text = attachedText(frame.p_metadata);
     auto place = placeOf(SlotKind::Video, {}, shape->packedSize(), text);
-    auto hold = m_videoSlots.acquire(slotSize(place));
+    auto hold = acquire(m_videoSlots, MessageType::Video, slotSize(place));
     if (!hold)
         return;
     writePixels(hold.data(), *shape, frame.p_data);
@@ -152,7 +166,7 @@ void Sender::sendAudio(const NDIlib_audio_frame_v2_t &frame)
         return;
     const auto text = attachedText(frame.p_metadata);
     auto place = placeOf(SlotKind::Audio, {}, shape->packedSize(), text);
-    auto hold = m_audioSlots.acquire(slotSize(place));
+    auto hold = acquire(m_audioSlots, MessageType::Audio, slotSize(place));
     if (!hold)
         return;
     writeSamples(hold.data(), *shape, frame.p_data);
@@ -206,6 +220,10 @@ void Sender::broadcast(const OutgoingFrame &frame)
 
 void Sender::accept()
 {
+    if (m_connections.size() >= maximumConnections) {
+        acceptLater();
+        return;
+    }
     m_registration.acceptor().async_accept([this](const boost::system::error_code &error, tcp::socket socket) {
         if (!m_registration.acceptor().is_open())
             return;
@@ -213,17 +231,20 @@ void Sender::accept()
             acceptLater();
             return;
         }
-        if (m_connections.size() < maximumConnections) {
-            SenderConnection::Owner &owner = *this;
-            m_connections.push_back(
-                std::make_unique<SenderConnection>(std::move(socket), owner, m_registration.record()));
-            onReceiversChanged();
-        }
         accept();
+        add(std::move(socket));
     });
 }
 
-// The process may be out of file handles for a while.
+void Sender::add(tcp::socket socket)
+{
+    system::keepFromChildren(socket);
+    SenderConnection::Owner &owner = *this;
+    m_connections.push_back(std::make_unique<SenderConnection>(std::move(socket), owner, m_registration.record()));
+    onReceiversChanged();
+}
+
+// The process may be out of file handles for a while, or the sender out of connections.
 void Sender::acceptLater()
 {
     m_acceptTimer.expires_after(acceptPause);
@@ -231,6 +252,36 @@ void Sender::acceptLater()
         if (!error && m_registration.acceptor().is_open())
             accept();
     });
+}
+
+// Receivers that hold frames for good must not leave the others without: see SenderConnection.
+FrameSlots::Hold Sender::acquire(FrameSlots &slots, MessageType type, std::uint64_t size)
+{
+    auto hold = slots.acquire(size);
+    if (!hold && slots.areHeldUp(size))
+        m_io.invoke([&] {
+            while (!hold && slots.areHeldUp(size) && makeRoom(type))
+                hold = slots.acquire(size);
+        });
+    return hold;
+}
+
+// Takes slots of a kind back from those who are most in the way: first frames that wait for a receiver which has as
+// many as it may, then all frames of one receiver, with its connection. False when there is nothing to take.
+bool Sender::makeRoom(MessageType type)
+{
+    bool any = false;
+    for (const auto &connection : m_connections)
+        any = connection->dropWaiting(type) || any;
+    if (any)
+        return true;
+    const auto worst =
+        std::max_element(m_connections.begin(), m_connections.end(),
+                         [type](const auto &a, const auto &b) { return a->burden(type) < b->burden(type); });
+    if (worst == m_connections.end() || !(*worst)->burden(type).isAny())
+        return false;
+    onEnd(**worst);
+    return true;
 }
 
 void Sender::onReceiversChanged()
@@ -251,7 +302,6 @@ void Sender::onReceiversChanged()
     {
         const std::lock_guard lock(m_countLock);
         m_receiverCount = receivers;
-        m_connectionCount = m_connections.size();
         m_countChanged.notify_all();
     }
     if (m_tally.show(tally))

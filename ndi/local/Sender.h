@@ -40,6 +40,7 @@ public:
 
     // Throws std::exception when the sender cannot be published.
     explicit Sender(const Settings &settings);
+    // Waits until the receivers have taken what was sent last, for a limited time.
     ~Sender();
 
     // What cannot be sent is ignored. Copies the frame: nothing of it is in use after the call.
@@ -58,6 +59,9 @@ private:
 
     void accept();
     void acceptLater();
+    void add(boost::asio::ip::tcp::socket socket);
+    FrameSlots::Hold acquire(FrameSlots &slots, MessageType type, std::uint64_t size);
+    bool makeRoom(MessageType type);
     void post(OutgoingFrame frame);
     void announceAll();
     void broadcast(const OutgoingFrame &frame);
@@ -78,10 +82,9 @@ private:
     std::mutex m_audioLock; // one audio frame at a time; taken before any other
     Pacer m_audioPacer;
 
-    std::mutex m_countLock; // guards the two counts
+    std::mutex m_countLock; // guards the count
     std::condition_variable m_countChanged;
     int m_receiverCount = 0;
-    std::size_t m_connectionCount = 0;
     std::atomic<int> m_videoReceivers{0};
     std::atomic<int> m_audioReceivers{0};
 

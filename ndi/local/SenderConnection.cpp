@@ -56,7 +56,7 @@ void SenderConnection::deliver(const OutgoingFrame &frame)
         m_stream->send(frame.type, frame.body);
         return;
     }
-    auto &window = frame.type == MessageType::Video ? m_video : m_audio;
+    auto &window = windowOf(frame.type);
     if (window.announced.size() < announcedLimit(frame.type)) {
         announce(window, frame);
         return;
@@ -68,8 +68,36 @@ void SenderConnection::deliver(const OutgoingFrame &frame)
 
 void SenderConnection::announce(Window &window, const OutgoingFrame &frame)
 {
-    window.announced.push_back(frame.hold);
-    m_stream->send(frame.type, frame.body);
+    window.announced.push_back({frame.hold, std::chrono::steady_clock::now()});
+    // Nobody releases what was never announced.
+    if (!m_stream->send(frame.type, frame.body))
+        window.announced.pop_back();
+}
+
+void SenderConnection::finish()
+{
+    for (auto *window : {&m_video, &m_audio}) {
+        for (const auto &frame : window->waiting)
+            announce(*window, frame);
+        window->waiting.clear();
+    }
+    m_stream->finish();
+}
+
+SenderConnection::Burden SenderConnection::burden(MessageType type) const
+{
+    const auto &announced = (type == MessageType::Video ? m_video : m_audio).announced;
+    if (announced.empty())
+        return {};
+    return {announced.size() >= announcedLimit(type), announced.front().at};
+}
+
+bool SenderConnection::dropWaiting(MessageType type)
+{
+    auto &waiting = windowOf(type).waiting;
+    const bool any = !waiting.empty();
+    waiting.clear();
+    return any;
 }
 
 void SenderConnection::onMessage(MessageType type, std::string_view body)
@@ -121,13 +149,14 @@ bool SenderConnection::release(const Release &release)
 {
     auto &window = release.kind == SlotKind::Video ? m_video : m_audio;
     const auto held = std::find_if(window.announced.begin(), window.announced.end(),
-                                   [&](const FrameSlots::Hold &hold) { return hold.index() == release.index; });
+                                   [&](const Announced &one) { return one.hold.index() == release.index; });
     if (held == window.announced.end())
         return false;
     window.announced.erase(held);
     if (!window.waiting.empty()) {
-        announce(window, window.waiting.front());
+        const auto next = std::move(window.waiting.front());
         window.waiting.pop_front();
+        announce(window, next);
     }
     return true;
 }

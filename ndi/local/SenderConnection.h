@@ -4,6 +4,7 @@
 #include "ndi/local/Outbox.h"
 #include "ndi/local/SenderRecord.h"
 
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <vector>
@@ -14,7 +15,8 @@ namespace localndi
 // A sender's side of one connection: first a stranger that has to show the password, then a finder or a receiver.
 //
 // A receiver holds a bounded number of slots at a time; what comes while it holds that many waits here, the oldest
-// going first, so that a receiver that is stopped costs the others nothing. Threads: the context's only.
+// going first. Receivers that are stopped can hold all slots of a sender between them nevertheless: then the owner
+// takes back what it needs, with dropWaiting() and in the end by ending a connection. Threads: the context's only.
 class SenderConnection final : private MessageStream::Listener
 {
 public:
@@ -41,12 +43,34 @@ public:
     TallyState tally() const { return m_tally; }
 
     void deliver(const OutgoingFrame &frame);
-    void finish() { m_stream->finish(); }
+    // Sends all that waits, then says that no more comes.
+    void finish();
+
+    // How much a receiver is in the way of others with the slots of a kind; more is greater.
+    struct Burden {
+        using Time = std::chrono::steady_clock::time_point;
+
+        bool isFull = false;      // holds as many as it may
+        Time since = Time::max(); // its oldest hold; max: holds none
+
+        bool isAny() const { return since != Time::max(); }
+        bool operator<(const Burden &other) const
+        {
+            return isFull != other.isFull ? other.isFull : since > other.since;
+        }
+    };
+    Burden burden(MessageType type) const;
+    // False when nothing waited.
+    bool dropWaiting(MessageType type);
 
 private:
     // The slots of one kind.
+    struct Announced {
+        FrameSlots::Hold hold;
+        std::chrono::steady_clock::time_point at;
+    };
     struct Window {
-        std::vector<FrameSlots::Hold> announced; // and not released
+        std::vector<Announced> announced; // and not released, the oldest first
         std::deque<OutgoingFrame> waiting;
     };
 
@@ -55,6 +79,7 @@ private:
     bool handle(MessageType type, std::string_view body);
     bool greet(const Hello &hello);
     bool release(const Release &release);
+    Window &windowOf(MessageType type) { return type == MessageType::Video ? m_video : m_audio; }
     void announce(Window &window, const OutgoingFrame &frame);
 
     Owner &m_owner;

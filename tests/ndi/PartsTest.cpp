@@ -1,10 +1,15 @@
 #include "ndi/include/Processing.NDI.Interface.h"
 #include "ndi/local/EvenSteps.h"
 #include "ndi/local/FrameSlots.h"
+#include "ndi/local/IoThread.h"
 #include "ndi/local/PixelLayout.h"
 #include "tests/ndi/TakenPort.h"
 
+#include <boost/asio/post.hpp>
+
 #include <gtest/gtest.h>
+
+#include <stdexcept>
 
 using namespace localndi;
 
@@ -33,6 +38,24 @@ TEST(EvenSteps, IgnoreWhatIsNotPositive)
     steps.advance(1, 0);
     steps.advance(-1, -1);
     EXPECT_EQ(steps.position(), 0);
+}
+
+TEST(IoThread, GoesOnAfterAHandlerThatThrows)
+{
+    IoThread thread;
+    boost::asio::post(thread.context(), [] { throw std::runtime_error("no memory"); });
+    bool ran = false;
+    thread.invoke([&ran] { ran = true; });
+    EXPECT_TRUE(ran);
+}
+
+TEST(IoThread, HandsTheErrorOfWhatItWasAskedToDoBack)
+{
+    IoThread thread;
+    EXPECT_THROW(thread.invoke([] { throw std::runtime_error("no memory"); }), std::runtime_error);
+    bool ran = false;
+    thread.invoke([&ran] { ran = true; });
+    EXPECT_TRUE(ran);
 }
 
 TEST(PixelLayout, SizesOfPlanarFrames)
@@ -107,6 +130,21 @@ TEST_F(FrameSlotsTest, TakeNoMoreMemoryThanAllowed)
     const auto half = m_slots.acquire(600'000);
     EXPECT_TRUE(half);
     EXPECT_FALSE(m_slots.acquire(600'000));
+}
+
+TEST_F(FrameSlotsTest, AreHeldUpByTheirHoldersOnly)
+{
+    EXPECT_FALSE(m_slots.areHeldUp((1 << 20) + 1)); // too large for anybody
+    auto large = m_slots.acquire(600'000);
+    EXPECT_FALSE(m_slots.areHeldUp(100'000));
+    EXPECT_TRUE(m_slots.areHeldUp(600'000));
+    large = {};
+    EXPECT_FALSE(m_slots.areHeldUp(600'000));
+    const auto a = m_slots.acquire(1000);
+    const auto b = m_slots.acquire(1000);
+    EXPECT_FALSE(m_slots.areHeldUp(1000));
+    const auto c = m_slots.acquire(1000);
+    EXPECT_TRUE(m_slots.areHeldUp(1000));
 }
 
 TEST_F(FrameSlotsTest, GiveFreeMemoryUpForALargerFrame)

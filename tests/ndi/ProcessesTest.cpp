@@ -62,15 +62,13 @@ TEST(Processes, AReceiverGetsFramesAgainWhenItsKilledSenderComesBack)
     const auto name = uniqueName();
     auto first = PeerProcess::sender(name);
     const auto source = findSource(name);
-    const auto receiver = makeReceiver(source);
+    const auto receiver = makeReceiver({source.name, ""}); // another sender may take the port in between
     ASSERT_TRUE(Video(receiver));
     first.kill();
     ASSERT_TRUE(waitUntil([&] { return NDIlib_recv_get_no_connections(receiver.get()) == 0; }));
     while (Video(receiver, 0)) {
     }
     const auto second = PeerProcess::sender(name);
-    if (findSource(name).address != source.address)
-        GTEST_SKIP() << "another sender of this machine took the port in between";
     EXPECT_TRUE(Video(receiver));
 }
 

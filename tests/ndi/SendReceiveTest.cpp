@@ -222,7 +222,7 @@ TEST(SendReceive, ALastFrameArrivesThoughItsSenderIsDestroyedAtOnce)
     Pair pair;
     auto picture = uyvyPicture();
     NDIlib_send_send_video_v2(pair.sender.get(), &picture.frame);
-    pair.sender.reset();
+    pair.sender.reset(); // waits for the receiver
     const Video video(pair.receiver);
     ASSERT_TRUE(video);
     EXPECT_EQ(std::memcmp(video->p_data, picture.bytes.data(), picture.bytes.size()), 0);

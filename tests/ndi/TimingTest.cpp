@@ -56,6 +56,21 @@ TEST(Timecode, SynthesizedContinuesEvenlyFromTheLastExplicitOne)
     EXPECT_EQ(videoTimecode(pair, picture, synthesize), 5 + 333666);
 }
 
+TEST(Timecode, SynthesizedContinuesByHalfAFrameFromFieldToField)
+{
+    const Pair pair;
+    auto picture = uyvyPicture(64, 18);
+    picture.frame.frame_rate_N = 30000;
+    picture.frame.frame_rate_D = 1001;
+    picture.frame.frame_format_type = NDIlib_frame_format_type_field_0;
+    EXPECT_EQ(videoTimecode(pair, picture, 1000), 1000);
+    for (int i = 1; i <= 60; ++i) {
+        picture.frame.frame_format_type =
+            i % 2 != 0 ? NDIlib_frame_format_type_field_1 : NDIlib_frame_format_type_field_0;
+        EXPECT_EQ(videoTimecode(pair, picture, synthesize), 1000 + i * 10010000LL / 60);
+    }
+}
+
 TEST(Timecode, SynthesizedIsTheWallClockBeforeThereIsAnExplicitOne)
 {
     const Pair pair;
@@ -98,16 +113,33 @@ TEST(Pacing, SendsOfVideoTakeTheirFramesTime)
         NDIlib_send_send_video_v2(sender.get(), &picture.frame);
     const Milliseconds taken = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(taken.count(), 999.0);
-    EXPECT_LT(taken.count(), 1200.0);
+    EXPECT_LT(taken.count(), 4000.0);
+}
+
+TEST(Pacing, SendsOfFieldsTakeHalfTheirFramesTime)
+{
+    const auto sender = makeSender(uniqueName(), true, false);
+    auto picture = uyvyPicture();
+    picture.frame.frame_rate_N = 10;
+    picture.frame.frame_rate_D = 1;
+    const auto begin = std::chrono::steady_clock::now();
+    for (int i = 0; i < 21; ++i) {
+        picture.frame.frame_format_type =
+            i % 2 != 0 ? NDIlib_frame_format_type_field_1 : NDIlib_frame_format_type_field_0;
+        NDIlib_send_send_video_v2(sender.get(), &picture.frame);
+    }
+    const Milliseconds taken = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(taken.count(), 999.0);
+    EXPECT_LT(taken.count(), 1900.0); // whole frames would take two seconds
 }
 
 TEST(Pacing, TheFirstSendOfAudioTakesNoTime)
 {
     const auto sender = makeSender(uniqueName(), false, true);
-    Sound second(2, 48000);
+    Sound second(2, 480000); // ten seconds
     const auto begin = std::chrono::steady_clock::now();
     NDIlib_send_send_audio_v2(sender.get(), &second.frame);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(500));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
 }
 
 TEST(Pacing, SendsOfAudioTakeTheirSamplesTime)
@@ -119,7 +151,7 @@ TEST(Pacing, SendsOfAudioTakeTheirSamplesTime)
         NDIlib_send_send_audio_v2(sender.get(), &sound.frame);
     const Milliseconds taken = std::chrono::steady_clock::now() - begin;
     EXPECT_GE(taken.count(), 299.0);
-    EXPECT_LT(taken.count(), 450.0);
+    EXPECT_LT(taken.count(), 1200.0);
 }
 
 TEST(Pacing, AnUnclockedSenderDoesNotWait)
@@ -131,7 +163,7 @@ TEST(Pacing, AnUnclockedSenderDoesNotWait)
     const auto begin = std::chrono::steady_clock::now();
     for (int i = 0; i < 100; ++i)
         NDIlib_send_send_video_v2(sender.get(), &picture.frame);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20)); // paced: 99 s
 }
 
 TEST(Pacing, ClocksOfVideoAndAudioDoNotWaitForEachOther)
@@ -145,5 +177,5 @@ TEST(Pacing, ClocksOfVideoAndAudioDoNotWaitForEachOther)
     const auto begin = std::chrono::steady_clock::now();
     for (int i = 0; i < 10; ++i)
         NDIlib_send_send_audio_v2(sender.get(), &sound.frame);
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(4)); // a frame of video: 5 s
 }
