@@ -6,8 +6,18 @@
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLoggingCategory>
+#include <QtCore/QThreadPool>
 
 #include <cstdio>
+
+namespace
+{
+
+// A source that waits for its sender keeps a thread of Qt's global pool for as long as it waits. With the pool's own
+// bound, the number of processors, a few absent senders would keep all other sources from being made.
+constexpr int MaxPoolThreads = 64;
+
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -24,6 +34,7 @@ int main(int argc, char **argv)
                                          ? QStringLiteral("Multimedia.*=true\nTavrin.*=true")
                                          : QStringLiteral("Multimedia.*.debug=false\nMultimedia.*.info=false"));
 
+    QThreadPool::globalInstance()->setMaxThreadCount(MaxPoolThreads);
     const host::MediaPlatform platform;
     if (FAILED(platform.result())) {
         std::fprintf(stderr, "tavrin-host: Media Foundation does not start (0x%08X)\n",

@@ -1,5 +1,6 @@
 #include "tests/e2e/CollectingSink.h"
 
+#include "host/monitor/FrameMetadata.h"
 #include "host/monitor/MonitorSink.h"
 #include "host/monitor/VideoPicture.h"
 #include "host/pipeline/ComFactory.h"
@@ -28,6 +29,7 @@ void Collector::sample(IMFSample *sample, HnsTime)
     CollectedSample kept = m_format;
     sample->GetSampleTime(&kept.time);
     sample->GetSampleDuration(&kept.duration);
+    kept.metadata = host::frameMetadata(sample);
     CComPtr<IMFMediaBuffer> buffer;
     sample->ConvertToContiguousBuffer(&buffer);
     if (kept.width > 0) {

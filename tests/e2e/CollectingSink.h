@@ -15,7 +15,8 @@
 #include <mutex>
 
 struct CollectedSample {
-    QByteArray bytes; // lines packed, top line first; or interleaved sound
+    QByteArray bytes;    // lines packed, top line first; or interleaved sound
+    QByteArray metadata; // as it came
     LONGLONG time = 0;
     LONGLONG duration = 0;
     GUID subtype = {};

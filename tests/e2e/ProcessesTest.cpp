@@ -2,6 +2,7 @@
 
 #include "tests/e2e/Scene.h"
 #include "tests/e2e/TestSender.h"
+#include "tests/e2e/TimeLimits.h"
 
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
@@ -9,7 +10,10 @@
 #include <QtCore/QJsonObject>
 #include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QThread>
 #include <QtGui/QImage>
+
+#include <algorithm>
 
 namespace
 {
@@ -42,6 +46,28 @@ QStringList senderArguments(const QString &name)
     return {"--quiet", "--name", name, "--size", "640x360", "--rate", "50"};
 }
 
+// Waits for a line of the host's status that holds that text so many times; false when there is none in time.
+bool showsStatus(Child &host, const char *text, int times = 1)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (elapsed.elapsed() < Patience) {
+        while (host.process().canReadLine())
+            if (host.process().readLine().count(text) >= times)
+                return true;
+        if (!host.process().waitForReadyRead(Patience))
+            return false;
+    }
+    return false;
+}
+
+// Asks for the program's end, as Ctrl-C does, and waits for it.
+bool endsWhenAsked(Child &host)
+{
+    host.process().terminate();
+    return host.process().waitForFinished(Patience) && host.process().exitStatus() == QProcess::NormalExit;
+}
+
 QJsonObject firstMonitor(const QString &path)
 {
     QFile file(path);
@@ -54,9 +80,10 @@ TEST(Processes, ReceiveExampleShowsTheSendersPattern)
     const QTemporaryDir folder;
     const QString name = uniqueName("example");
     Child sender(TAVRIN_SEND_PROGRAM, senderArguments(name));
-    Child host(TAVRIN_HOST_PROGRAM, {"--quiet", "--duration", "5", "--json", folder.filePath("a.json"), "--snapshot",
-                                     folder.filePath("a.png"), TAVRIN_EXAMPLES "/receive.qml", name});
-    ASSERT_TRUE(host.process().waitForFinished(20000));
+    Child host(TAVRIN_HOST_PROGRAM, {"--json", folder.filePath("a.json"), "--snapshot", folder.filePath("a.png"),
+                                     TAVRIN_EXAMPLES "/receive.qml", name});
+    ASSERT_TRUE(showsStatus(host, "fps"));
+    ASSERT_TRUE(endsWhenAsked(host));
     EXPECT_EQ(host.process().exitCode(), 0);
     const QJsonObject video = firstMonitor(folder.filePath("a.json"))["video"].toObject();
     EXPECT_EQ(video["subtype"].toString(), "UYVY");
@@ -75,9 +102,9 @@ TEST(Processes, TwoInputsExampleShowsOneSenderTwice)
     const QTemporaryDir folder;
     const QString name = uniqueName("twice");
     Child sender(TAVRIN_SEND_PROGRAM, senderArguments(name));
-    Child host(TAVRIN_HOST_PROGRAM, {"--quiet", "--duration", "5", "--json", folder.filePath("a.json"),
-                                     TAVRIN_EXAMPLES "/two-inputs.qml", name});
-    ASSERT_TRUE(host.process().waitForFinished(20000));
+    Child host(TAVRIN_HOST_PROGRAM, {"--json", folder.filePath("a.json"), TAVRIN_EXAMPLES "/two-inputs.qml", name});
+    ASSERT_TRUE(showsStatus(host, "fps", 2));
+    ASSERT_TRUE(endsWhenAsked(host));
     EXPECT_EQ(host.process().exitCode(), 0);
     QFile file(folder.filePath("a.json"));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -102,16 +129,65 @@ TEST(Processes, SceneGoesOnWhenItsSenderIsKilledAndComesBack)
     }
 }
 
+// A scene with so many sources whose senders are not there, made before the one that is; it ends with 42 when that
+// plays.
+QByteArray sceneWithAbsentSenders(int absent)
+{
+    QByteArray text = R"qml(
+        import QtQml 2.15
+        import Multimedia.Tavrin 1.0
+        import Tavrin.Host 1.0
+        Graph {
+            id: graph
+            function absent(number) {
+                const input = NDI.createInput()
+                input.name = "NOWHERE (" + number + ")"
+                input.address = "127.0.0.1:1"
+                return input
+            }
+            function choose() {
+                const input = NDI.inputs.find(candidate => candidate.name.includes(Host.arguments[0]))
+                if (input !== undefined)
+                    present.input = input
+            }
+            property Connections updates: Connections { target: NDI; function onInputsChanged() { graph.choose() } }
+            Component.onCompleted: choose()
+    )qml";
+    for (int number = 0; number < absent; ++number)
+        text += QStringLiteral("NDISource { id: source%1; input: graph.absent(%1) }\n"
+                               "Monitor { id: monitor%1 }\n"
+                               "Link { from: source%1.videoOutput; to: monitor%1.videoInput }\n")
+                    .arg(number)
+                    .toLatin1();
+    return text + R"qml(
+            NDISource { id: present }
+            Monitor { id: monitor; onFiguresChanged: if (video.coded > 0) Qt.exit(42) }
+            Link { from: present.videoOutput; to: monitor.videoInput }
+        })qml";
+}
+
+TEST(Processes, HostPlaysBesideMoreAbsentSendersThanProcessors)
+{
+    const QString name = uniqueName("present");
+    const QByteArray text = sceneWithAbsentSenders(std::max(QThread::idealThreadCount() + 1, 3));
+    const QTemporaryDir folder;
+    QFile scene(folder.filePath("scene.qml"));
+    ASSERT_TRUE(scene.open(QIODevice::WriteOnly) && scene.write(text) == text.size());
+    scene.close();
+    Child sender(TAVRIN_SEND_PROGRAM, senderArguments(name));
+    Child host(TAVRIN_HOST_PROGRAM, {"--quiet", "--duration", "30", scene.fileName(), name});
+    ASSERT_TRUE(host.process().waitForFinished(Patience));
+    EXPECT_EQ(host.process().exitCode(), 42);
+}
+
 TEST(Processes, HostClosesWithinASecondWhileItSearches)
 {
     Child host(TAVRIN_HOST_PROGRAM, {TAVRIN_EXAMPLES "/receive.qml", uniqueName("nobody")});
-    ASSERT_TRUE(host.process().waitForReadyRead(20000));
+    ASSERT_TRUE(host.process().waitForReadyRead(Patience));
     QElapsedTimer elapsed;
     elapsed.start();
-    host.process().terminate();
-    ASSERT_TRUE(host.process().waitForFinished(5000));
-    EXPECT_LT(elapsed.elapsed(), 1000);
-    EXPECT_EQ(host.process().exitStatus(), QProcess::NormalExit);
+    ASSERT_TRUE(endsWhenAsked(host));
+    EXPECT_LT(elapsed.elapsed(), ClosingLimit);
     EXPECT_EQ(host.process().exitCode(), 0);
 }
 

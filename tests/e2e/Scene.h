@@ -54,7 +54,7 @@ public:
     bool isLoaded() const { return m_graph != nullptr; }
     host::Graph &graph() { return *m_graph; }
     QObject &source() { return *m_graph->property("source").value<QObject *>(); }
-    CollectingSink &sink() { return *m_graph->findChild<CollectingSink *>(); }
+    CollectingSink &sink() const { return *m_graph->findChild<CollectingSink *>(); }
     void want(const QString &name) { m_graph->setProperty("wanted", name); }
 
     // Waits for that many more pictures and buffers of sound.

@@ -119,6 +119,14 @@ void TestSender::setFrameMetadata(const std::string &text)
     m_state->metadata = text;
 }
 
+void TestSender::sendMetadata(const std::string &text)
+{
+    std::string copy = text; // the interface takes no constant text
+    NDIlib_metadata_frame_t frame;
+    frame.p_data = copy.data();
+    NDIlib_send_send_metadata(m_sender, &frame);
+}
+
 NDIlib_tally_t TestSender::tally() const
 {
     NDIlib_tally_t tally;

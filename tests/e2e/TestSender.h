@@ -46,6 +46,8 @@ public:
     // From the next frame on.
     void setFormat(const SenderFormat &format);
     void setFrameMetadata(const std::string &text);
+    // To all who are connected.
+    void sendMetadata(const std::string &text);
     int connections() const { return NDIlib_send_get_no_connections(m_sender, 0); }
     NDIlib_tally_t tally() const;
 
