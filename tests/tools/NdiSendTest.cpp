@@ -1,131 +1,26 @@
 #include "pattern/FrameRate.h"
 #include "pattern/PatternCode.h"
-#include "tests/tools/Receiver.h"
+#include "pattern/TestPicture.h"
+#include "tests/tools/SenderProcess.h"
 
-#include <QtCore/QCoreApplication>
-#include <QtCore/QElapsedTimer>
-#include <QtCore/QFile>
-#include <QtCore/QJsonDocument>
-#include <QtCore/QJsonObject>
-#include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <map>
 
 namespace
 {
 
-constexpr int ProcessPatience = 20000; // milliseconds
-
-// ndi-send as a child process. Ends it, should the test have left it running.
-class Sender
-{
-public:
-    explicit Sender(QStringList arguments) : m_name(uniqueName())
-    {
-        arguments << QStringLiteral("--name") << QString::fromStdString(m_name);
-        m_process.start(QStringLiteral(NDI_SEND_PROGRAM), arguments);
-        m_process.waitForStarted(ProcessPatience);
-    }
-
-    ~Sender()
-    {
-        if (m_process.state() != QProcess::NotRunning) {
-            m_process.kill();
-            m_process.waitForFinished(ProcessPatience);
-        }
-    }
-
-    const std::string &name() const { return m_name; }
-
-    bool waitForLine(const std::string &line)
-    {
-        QElapsedTimer elapsed;
-        elapsed.start();
-        while (m_output.find(line + "\n") == std::string::npos && elapsed.elapsed() < ProcessPatience) {
-            m_process.waitForReadyRead(100);
-            m_output += m_process.readAllStandardOutput().toStdString();
-        }
-        return m_output.find(line + "\n") != std::string::npos;
-    }
-
-    // To its standard input, which stays open.
-    void write(const QByteArray &bytes)
-    {
-        m_process.write(bytes);
-        while (m_process.bytesToWrite() > 0 && m_process.waitForBytesWritten(ProcessPatience)) {
-        }
-    }
-
-    void interrupt() { m_process.terminate(); }
-
-    // The exit status; -1 when the program crashed or did not end.
-    int wait()
-    {
-        if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(ProcessPatience))
-            return -1;
-        m_output += m_process.readAllStandardOutput().toStdString();
-        return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
-    }
-
-    const std::string &output() const { return m_output; }
-    std::string errors() { return m_process.readAllStandardError().toStdString(); }
-
-private:
-    static std::string uniqueName()
-    {
-        static int count = 0;
-        return "test " + std::to_string(QCoreApplication::applicationPid()) + " " + std::to_string(++count);
-    }
-
-    const std::string m_name;
-    QProcess m_process;
-    std::string m_output;
-};
-
-QStringList words(const char *text)
-{
-    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
-QJsonObject readJson(const QString &path)
-{
-    QFile file(path);
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-    return QJsonDocument::fromJson(file.readAll()).object();
-}
-
-void writeFile(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    ASSERT_EQ(file.write(bytes), bytes.size());
-}
-
-// Frames of one grey each, so that a picture tells which one it is.
-QByteArray greyFilm(int frames)
-{
-    QByteArray bytes("YUV4MPEG2 W64 H48 F50:1 Ip C422\n");
-    for (int i = 0; i < frames; ++i)
-        bytes += "FRAME\n" + QByteArray(64 * 48, static_cast<char>(40 + i)) + QByteArray(64 * 48, char(-128));
-    return bytes;
-}
-
-class NdiSend : public testing::Test
-{
-protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(NDIlib_initialize()); }
-    static void TearDownTestSuite() { NDIlib_destroy(); }
-};
-
 TEST_F(NdiSend, HelpNamesEveryOptionAndSucceeds)
 {
     Sender sender(words("--help"));
     EXPECT_EQ(sender.wait(), 0);
-    EXPECT_THAT(sender.output(), testing::AllOf(testing::HasSubstr("--metadata"), testing::HasSubstr("--interleaved")));
+    for (const char *option :
+         {"name",        "video",       "audio",          "loop",        "size",     "rate",     "format",
+          "interleaved", "progressive", "channels",       "sample-rate", "no-audio", "no-video", "frames",
+          "duration",    "metadata",    "frame-metadata", "json",        "quiet",    "help",     "version"})
+        EXPECT_THAT(sender.output(), testing::ContainsRegex(std::string("--") + option + "[ \n]")) << option;
 }
 
 TEST_F(NdiSend, WrongUseEndsWith64AndNamesTheOption)
@@ -153,6 +48,20 @@ TEST_F(NdiSend, ADamagedFileEndsWith65)
     EXPECT_THAT(sender.errors(), testing::HasSubstr("frame 2 is cut short"));
 }
 
+TEST_F(NdiSend, ASenderThatTheRuntimeRefusesEndsWith70)
+{
+    Sender sender({QStringLiteral("--name"), QString(100000, QLatin1Char('x'))});
+    EXPECT_EQ(sender.wait(), 70);
+    EXPECT_THAT(sender.errors(), testing::HasSubstr("refused"));
+}
+
+TEST_F(NdiSend, ASummaryThatCannotBeWrittenEndsWith73)
+{
+    Sender sender(words("--frames 1 --json /no/such/folder/summary.json"));
+    EXPECT_EQ(sender.wait(), 73);
+    EXPECT_THAT(sender.errors(), testing::HasSubstr("/no/such/folder/summary.json"));
+}
+
 TEST_F(NdiSend, EndsAfterTheNumberOfFramesWithASummary)
 {
     const QTemporaryDir folder;
@@ -178,44 +87,81 @@ TEST_F(NdiSend, AnInterruptEndsItCleanly)
     EXPECT_EQ(readJson(path)[QStringLiteral("ended")].toString(), QStringLiteral("interrupt"));
 }
 
-TEST_F(NdiSend, AnInterruptEndsItWhileItWaitsForAPipe)
+// What the pattern looks like, drawn here once more.
+std::vector<std::uint8_t> expectedPixels(const ReceivedVideo &video, const pattern::PatternCode &code)
 {
-    Sender sender(words("--video -"));
-    sender.write(greyFilm(1));
-    Receiver receiver(sender.name());
-    ASSERT_TRUE(receiver.found());
-    sender.interrupt();
-    EXPECT_EQ(sender.wait(), 0);
-    EXPECT_EQ(sender.errors(), "");
+    const auto &header = video.header;
+    const auto layout = video.picture().layout;
+    pattern::TestPicture drawn(layout, header.xres + header.xres % 2, header.yres);
+    const pattern::FrameRate rate{header.frame_rate_N, header.frame_rate_D};
+    drawn.draw(code.frame, pattern::isFlashFrame(static_cast<std::int64_t>(code.frame), rate));
+    pattern::Picture shown = drawn.picture();
+    shown.width = header.xres;
+    EXPECT_TRUE(pattern::writeCode(shown, code));
+
+    std::vector<std::uint8_t> pixels;
+    for (int line = 0; line < header.yres; ++line)
+        pixels.insert(pixels.end(), shown.line(line), shown.line(line) + header.line_stride_in_bytes);
+    return pixels;
 }
 
-TEST_F(NdiSend, EachFrameCarriesItsNumberAndTheTimecodeThatBelongsToIt)
+struct PixelFormat {
+    const char *sent;
+    int width;
+    NDIlib_recv_color_format_e wanted;
+    NDIlib_FourCC_video_type_e delivered;
+    bool isConverted; // by the runtime
+};
+
+class NdiSendPixels : public NdiSend, public testing::WithParamInterface<PixelFormat>
 {
-    for (const char *format : {"UYVY", "BGRA", "BGRX"}) {
-        SCOPED_TRACE(format);
-        Sender sender(words("--size 640x360 --rate 60000/1001 --no-audio --format") << QLatin1String(format));
-        Receiver receiver(sender.name());
-        ASSERT_TRUE(receiver.found());
-        std::optional<std::uint64_t> last;
-        for (int i = 0; i < 10; ++i) {
-            const auto video = receiver.nextOf<ReceivedVideo>();
-            ASSERT_TRUE(video);
-            EXPECT_EQ(video->header.xres, 640);
-            EXPECT_EQ(video->header.yres, 360);
-            EXPECT_EQ(video->header.frame_rate_N, 60000);
-            EXPECT_EQ(video->header.frame_rate_D, 1001);
-            EXPECT_EQ(video->header.frame_format_type, NDIlib_frame_format_type_progressive);
-            const auto code = pattern::readCode(video->picture());
-            ASSERT_TRUE(code);
-            const pattern::FrameRate rate{60000, 1001};
-            EXPECT_EQ(video->header.timecode,
-                      rate.frameStart(static_cast<std::int64_t>(code->frame), pattern::HnsPerSecond));
-            EXPECT_LE(code->sendTimeHns, pattern::steadyNowHns());
-            EXPECT_TRUE(!last || code->frame > *last);
-            last = code->frame;
-        }
+};
+
+TEST_P(NdiSendPixels, EachFrameCarriesItsNumberItsTimecodeAndThePattern)
+{
+    const auto &format = GetParam();
+    Sender sender(words("--rate 60000/1001 --no-audio --format")
+                  << QLatin1String(format.sent) << QStringLiteral("--size")
+                  << QStringLiteral("%1x360").arg(format.width));
+    Receiver receiver(sender.name(), format.wanted);
+    ASSERT_TRUE(receiver.found());
+    std::optional<std::uint64_t> last;
+    for (int i = 0; i < 10; ++i) {
+        const auto video = receiver.nextOf<ReceivedVideo>();
+        ASSERT_TRUE(video);
+        EXPECT_EQ(video->header.xres, format.width);
+        EXPECT_EQ(video->header.yres, 360);
+        EXPECT_EQ(video->header.FourCC, format.delivered);
+        EXPECT_EQ(video->header.frame_rate_N, 60000);
+        EXPECT_EQ(video->header.frame_rate_D, 1001);
+        EXPECT_EQ(video->header.frame_format_type, NDIlib_frame_format_type_progressive);
+        const auto code = pattern::readCode(video->picture());
+        ASSERT_TRUE(code);
+        const pattern::FrameRate rate{60000, 1001};
+        EXPECT_EQ(video->header.timecode,
+                  rate.frameStart(static_cast<std::int64_t>(code->frame), pattern::HnsPerSecond));
+        EXPECT_LE(code->sendTimeHns, pattern::steadyNowHns());
+        EXPECT_TRUE(!last || code->frame > *last);
+        last = code->frame;
+        EXPECT_TRUE(format.isConverted || video->pixels == expectedPixels(*video, *code)) << "frame " << code->frame;
     }
 }
+
+constexpr auto UyvyOrBgra = NDIlib_recv_color_format_UYVY_BGRA;
+constexpr auto BgrxOrBgra = NDIlib_recv_color_format_BGRX_BGRA;
+
+INSTANTIATE_TEST_SUITE_P(All, NdiSendPixels,
+                         testing::Values(PixelFormat{"UYVY", 640, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
+                                         PixelFormat{"UYVY", 641, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
+                                         PixelFormat{"UYVY", 639, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
+                                         PixelFormat{"BGRA", 640, UyvyOrBgra, NDIlib_FourCC_video_type_BGRA, false},
+                                         PixelFormat{"BGRA", 641, UyvyOrBgra, NDIlib_FourCC_video_type_BGRA, false},
+                                         PixelFormat{"BGRX", 640, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, true},
+                                         PixelFormat{"BGRX", 642, BgrxOrBgra, NDIlib_FourCC_video_type_BGRX, false},
+                                         PixelFormat{"BGRX", 641, BgrxOrBgra, NDIlib_FourCC_video_type_BGRX, false}),
+                         [](const auto &tested) {
+                             return std::string(tested.param.sent) + std::to_string(tested.param.width);
+                         });
 
 TEST_F(NdiSend, AnInterleavedFrameCarriesItsNumberInBothFields)
 {

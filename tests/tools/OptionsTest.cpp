@@ -107,7 +107,7 @@ TEST_P(OptionsWrongUse, IsRefusedWithTheOptionsNameAndTheReason)
 INSTANTIATE_TEST_SUITE_P(
     All, OptionsWrongUse,
     testing::Values(WrongUse{"--size 640", {"--size", "'640'"}}, WrongUse{"--size 640x", {"--size"}},
-                    WrongUse{"--size 641x480", {"--size", "even"}}, WrongUse{"--size 0x480", {"--size"}},
+                    WrongUse{"--size 1x480", {"--size"}}, WrongUse{"--size 0x480", {"--size"}},
                     WrongUse{"--size 640x-2", {"--size"}}, WrongUse{"--size 20000x100", {"--size", "16384"}},
                     WrongUse{"--size 1x2x3", {"--size"}}, WrongUse{"--rate 0", {"--rate", "'0'"}},
                     WrongUse{"--rate 25/0", {"--rate"}}, WrongUse{"--rate -25", {"--rate"}},

@@ -44,7 +44,7 @@ float ReceivedAudio::peak() const
     return peak;
 }
 
-Receiver::Receiver(const std::string &name)
+Receiver::Receiver(const std::string &name, NDIlib_recv_color_format_e colorFormat)
 {
     const std::string wanted = "(" + name + ")";
     const auto deadline = std::chrono::steady_clock::now() + Patience;
@@ -61,7 +61,7 @@ Receiver::Receiver(const std::string &name)
             continue;
         NDIlib_recv_create_t settings;
         settings.source_to_connect_to = *source;
-        settings.color_format = NDIlib_recv_color_format_UYVY_BGRA;
+        settings.color_format = colorFormat;
         m_receiver.reset(NDIlib_recv_create_v2(&settings));
     }
     if (finder != nullptr)

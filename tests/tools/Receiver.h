@@ -40,7 +40,8 @@ class Receiver
 {
 public:
     // Waits until a sender of this name is listed; see found().
-    explicit Receiver(const std::string &name);
+    explicit Receiver(const std::string &name,
+                      NDIlib_recv_color_format_e colorFormat = NDIlib_recv_color_format_UYVY_BGRA);
 
     bool found() const { return m_receiver != nullptr; }
     bool setTally(bool onProgram, bool onPreview);

@@ -1,16 +1,16 @@
 #pragma once
 
-// What concerns the process rather than the program: being asked to end, and standard input as bytes.
+// Being asked to end, and waiting for input until then. One source file for each kind of system.
 
 namespace ndisend
 {
 
-// From now on the first Ctrl-C or request to terminate only sets interrupted(), and ends a read that waits; a second
-// one ends the process. Called by the main thread, which is the one that reads.
+// From now on the first Ctrl-C or request to terminate only sets interrupted(), and ends waits for input; a second one
+// ends the process. Called once, before there are other threads.
 void catchInterrupts();
 bool interrupted();
 
-// No translation of line ends on the systems that do it.
-void makeStandardInputBinary();
+// Waits until there are bytes to read, or their end. False once the program is interrupted, also when that was before.
+bool waitUntilReadable(int descriptor);
 
 } // namespace ndisend

@@ -67,8 +67,6 @@ void parseSize(const QString &value, Options &options)
     options.height = ok ? sides[1].toInt(&ok) : 0;
     if (!ok || options.width < 2 || options.height < 2 || options.width > LargestSide || options.height > LargestSide)
         refuseValue(QStringLiteral("size"), value, QStringLiteral("WIDTHxHEIGHT from 2x2 to %1x%1").arg(LargestSide));
-    if (options.width % 2 != 0)
-        refuseValue(QStringLiteral("size"), value, QStringLiteral("of even width"));
 }
 
 pattern::FrameRate parseRate(const QString &value)

@@ -21,6 +21,8 @@ public:
     pattern::Picture finish() override;
 
 private:
+    pattern::Picture shown() const;
+
     VideoFormat m_format;
     std::array<std::unique_ptr<pattern::TestPicture>, 2> m_pictures;
     std::int64_t m_frame = 0;

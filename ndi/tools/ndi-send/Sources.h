@@ -13,7 +13,7 @@ namespace ndisend
 {
 
 struct VideoFormat {
-    int width = 0;  // pixels, even
+    int width = 0;  // pixels
     int height = 0; // lines
     NDIlib_FourCC_video_type_e fourCC = NDIlib_FourCC_video_type_UYVY;
     pattern::FrameRate rate;

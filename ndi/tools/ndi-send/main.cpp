@@ -58,7 +58,6 @@ std::unique_ptr<AudioSource> makeAudio(const Options &options)
 void publish(const Options &options)
 {
     catchInterrupts();
-    makeStandardInputBinary();
     std::optional<SummaryFile> summaryFile;
     if (!options.jsonFile.isEmpty())
         summaryFile.emplace(options.jsonFile);

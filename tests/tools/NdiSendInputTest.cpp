@@ -1,0 +1,80 @@
+#include "tests/tools/SenderProcess.h"
+
+#include <QtCore/QTemporaryDir>
+#include <QtCore/QtEndian>
+
+#include <gmock/gmock.h>
+
+namespace
+{
+
+template <class Number>
+QByteArray littleEndian(Number number)
+{
+    QByteArray bytes(sizeof number, 0);
+    qToLittleEndian(number, bytes.data());
+    return bytes;
+}
+
+// Two channels of 16 bits at 48 kHz: sample n of the left one is n, of the right one -n.
+QByteArray countingSound(int samples)
+{
+    QByteArray body;
+    for (int i = 0; i < samples; ++i)
+        body += littleEndian(static_cast<qint16>(i)) + littleEndian(static_cast<qint16>(-i));
+    const QByteArray format = littleEndian<quint16>(1) + littleEndian<quint16>(2) + littleEndian<quint32>(48000) +
+                              littleEndian<quint32>(48000 * 4) + littleEndian<quint16>(4) + littleEndian<quint16>(16);
+    const QByteArray chunks = "WAVEfmt " + littleEndian<quint32>(16) + format + "data" +
+                              littleEndian(static_cast<quint32>(body.size())) + body;
+    return "RIFF" + littleEndian(static_cast<quint32>(chunks.size())) + chunks;
+}
+
+TEST_F(NdiSend, AnInterruptEndsItWhileItWaitsForAPipe)
+{
+    Sender sender(words("--video -"));
+    sender.write(greyFilm(1));
+    Receiver receiver(sender.name());
+    ASSERT_TRUE(receiver.found());
+    sender.interrupt();
+    EXPECT_EQ(sender.wait(), 0);
+    EXPECT_EQ(sender.errors(), "");
+}
+
+TEST_F(NdiSend, ASoundFileIsPublishedSampleBySample)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("sound.wav"));
+    writeFile(path, countingSound(30000));
+    Sender sender(words("--no-video --rate 50 --loop --audio") << path);
+    Receiver receiver(sender.name());
+    ASSERT_TRUE(receiver.found());
+    for (int i = 0; i < 10; ++i) {
+        const auto audio = receiver.nextOf<ReceivedAudio>();
+        ASSERT_TRUE(audio);
+        ASSERT_EQ(audio->header.no_channels, 2);
+        EXPECT_EQ(audio->header.sample_rate, 48000);
+        ASSERT_EQ(audio->header.no_samples, 960);
+        const std::int64_t first = audio->header.timecode * 48 / 10000;
+        EXPECT_EQ(first % 960, 0);
+        for (std::size_t sample = 0; sample < 960; ++sample) {
+            const float value = static_cast<float>((first + static_cast<std::int64_t>(sample)) % 30000) / 32768.0F;
+            ASSERT_EQ(audio->samples[sample], value) << sample;
+            ASSERT_EQ(audio->samples[960 + sample], -value) << sample;
+        }
+    }
+}
+
+TEST_F(NdiSend, ASoundFileEndsTheProgramWhenItEnds)
+{
+    const QTemporaryDir folder;
+    const QString sound = folder.filePath(QStringLiteral("sound.wav"));
+    const QString summary = folder.filePath(QStringLiteral("summary.json"));
+    writeFile(sound, countingSound(960 * 5));
+    Sender sender(words("--no-video --rate 50")
+                  << QStringLiteral("--audio") << sound << QStringLiteral("--json") << summary);
+    EXPECT_EQ(sender.wait(), 0);
+    EXPECT_EQ(readJson(summary)[QStringLiteral("ended")].toString(), QStringLiteral("input"));
+    EXPECT_EQ(readJson(summary)[QStringLiteral("audioSamples")].toInt(), 960 * 5);
+}
+
+} // namespace

@@ -1,0 +1,87 @@
+#include "tests/tools/SenderProcess.h"
+
+#include <QtCore/QCoreApplication>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QJsonDocument>
+
+namespace
+{
+
+constexpr int ProcessPatience = 20000; // milliseconds
+
+std::string uniqueName()
+{
+    static int count = 0;
+    return "test " + std::to_string(QCoreApplication::applicationPid()) + " " + std::to_string(++count);
+}
+
+} // namespace
+
+Sender::Sender(const QStringList &arguments) : m_name(uniqueName())
+{
+    m_process.start(QStringLiteral(NDI_SEND_PROGRAM),
+                    QStringList{QStringLiteral("--name"), QString::fromStdString(m_name)} + arguments);
+    m_process.waitForStarted(ProcessPatience);
+}
+
+Sender::~Sender()
+{
+    if (m_process.state() != QProcess::NotRunning) {
+        m_process.kill();
+        m_process.waitForFinished(ProcessPatience);
+    }
+}
+
+bool Sender::waitForLine(const std::string &line)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (m_output.find(line + "\n") == std::string::npos && elapsed.elapsed() < ProcessPatience) {
+        m_process.waitForReadyRead(100);
+        m_output += m_process.readAllStandardOutput().toStdString();
+    }
+    return m_output.find(line + "\n") != std::string::npos;
+}
+
+void Sender::write(const QByteArray &bytes)
+{
+    m_process.write(bytes);
+    while (m_process.bytesToWrite() > 0 && m_process.waitForBytesWritten(ProcessPatience)) {
+    }
+}
+
+int Sender::wait()
+{
+    if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(ProcessPatience))
+        return -1;
+    m_output += m_process.readAllStandardOutput().toStdString();
+    return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+}
+
+QStringList words(const char *text)
+{
+    return QString::fromUtf8(text).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QJsonObject readJson(const QString &path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    return QJsonDocument::fromJson(file.readAll()).object();
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    ASSERT_EQ(file.write(bytes), bytes.size());
+}
+
+QByteArray greyFilm(int frames)
+{
+    QByteArray bytes("YUV4MPEG2 W64 H48 F50:1 Ip C422\n");
+    for (int i = 0; i < frames; ++i)
+        bytes += "FRAME\n" + QByteArray(64 * 48, static_cast<char>(40 + i)) + QByteArray(64 * 48, char(-128));
+    return bytes;
+}
