@@ -79,7 +79,9 @@ int Runner::run()
     const int code = finish();
     m_status.reset();
     unload();
-    return code != ExitOk ? code : sceneCode;
+    if (code != ExitOk)
+        return code;
+    return sceneCode == ExitOk && m_sceneFailed ? ExitSceneError : sceneCode;
 }
 
 bool Runner::load()
@@ -93,6 +95,8 @@ bool Runner::load()
     QStringList paths = m_options.importPaths;
     paths.append(QCoreApplication::applicationDirPath() + QStringLiteral("/../qml"));
     m_engine->setImportPathList(paths + m_engine->importPathList());
+    m_engine->setOutputWarningsToStandardError(false);
+    connect(m_engine.get(), &QQmlEngine::warnings, this, &Runner::onSceneErrors);
     // Before the event loop runs, a direct call would be lost.
     connect(m_engine.get(), &QQmlEngine::quit, QCoreApplication::instance(), &QCoreApplication::quit,
             Qt::QueuedConnection);
@@ -113,6 +117,14 @@ bool Runner::load()
         return true;
     m_exitCode = reportErrors(component.errors());
     return false;
+}
+
+// An error in one handler does not end what is on air.
+void Runner::onSceneErrors(const QList<QQmlError> &errors)
+{
+    m_sceneFailed = true;
+    for (const QQmlError &error : errors)
+        printError(errorLine(error));
 }
 
 int Runner::reportErrors(const QList<QQmlError> &errors) const

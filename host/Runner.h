@@ -35,6 +35,7 @@ public:
 
 private:
     bool load();
+    void onSceneErrors(const QList<QQmlError> &errors);
     int reportErrors(const QList<QQmlError> &errors) const;
     // Writes what was asked for; the exit code.
     int finish();
@@ -49,6 +50,7 @@ private:
     std::unique_ptr<QQmlEngine> m_engine;
     std::unique_ptr<QObject> m_scene;
     int m_exitCode = ExitOk;
+    bool m_sceneFailed = false; // an error in the scene came about while it ran
 };
 
 } // namespace host

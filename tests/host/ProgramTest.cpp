@@ -1,61 +1,26 @@
-#include <QtCore/QDir>
-#include <QtCore/QElapsedTimer>
+#include "tests/host/Program.h"
+
 #include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
-#include <QtCore/QProcess>
-#include <QtCore/QTemporaryDir>
 #include <QtGui/QImage>
-
-#include <gtest/gtest.h>
 
 namespace
 {
 
-struct Outcome {
-    int code = -1;
-    QByteArray output;
-    QByteArray errors;
-};
-
-class Program : public testing::Test
-{
-protected:
-    Outcome run(const QStringList &arguments)
-    {
-        QProcess process;
-        process.start(QStringLiteral(TAVRIN_HOST_PROGRAM), arguments);
-        if (!process.waitForFinished(20000)) {
-            process.kill();
-            process.waitForFinished();
-            return {};
-        }
-        return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
-    }
-    // Writes a scene; its path.
-    QString scene(const QByteArray &text)
-    {
-        const QString path = m_folder.filePath("scene.qml");
-        QFile file(path);
-        file.open(QIODevice::WriteOnly);
-        file.write(text);
-        return path;
-    }
-    QString path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
-
-    const QString m_pattern = QStringLiteral(TAVRIN_EXAMPLES "/pattern.qml");
-
-private:
-    QTemporaryDir m_folder;
-};
-
 TEST_F(Program, RunsThePatternExampleAndReports)
 {
-    const Outcome outcome = run({"--duration", "1.5", "--json", path("a.json"), "--snapshot", path("a.png"), m_pattern,
-                                 "640x360", "50", path("a.y4m"), path("a.wav")});
-    EXPECT_EQ(outcome.code, 0) << outcome.errors.constData();
-    EXPECT_TRUE(outcome.output.contains("pattern: UYVY 640x360")) << outcome.output.constData();
+    QProcess process;
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.start(QStringLiteral(TAVRIN_HOST_PROGRAM),
+                  {"--duration", "20", "--json", path("a.json"), "--snapshot", path("a.png"), m_pattern, "640x360",
+                   "50", path("a.y4m"), path("a.wav")});
+    const QByteArray output = outputUntil(process, "fps");
+    EXPECT_TRUE(output.contains("pattern: UYVY 640x360")) << output.constData();
+    process.terminate();
+    ASSERT_TRUE(process.waitForFinished(Patience));
+    EXPECT_EQ(process.exitCode(), 0);
 
     QFile json(path("a.json"));
     ASSERT_TRUE(json.open(QIODevice::ReadOnly));
@@ -111,6 +76,25 @@ TEST_F(Program, EndsWithTheCodeOfTheScene)
     EXPECT_EQ(run({path}).code, 7);
 }
 
+TEST_F(Program, TellsFileAndLineOfAnErrorWhileTheSceneRunsAndGoesOn)
+{
+    const QString path = scene("import QtQml 2.15\nQtObject {\n    Component.onCompleted: noSuchThing.call()\n"
+                               "    property Timer timer: Timer {\n        running: true\n        interval: 1\n"
+                               "        onTriggered: { console.info('went on'); Qt.quit() }\n    }\n}\n");
+    const Outcome outcome = run({path});
+    EXPECT_EQ(outcome.code, 2);
+    EXPECT_TRUE(outcome.errors.contains(path.toLocal8Bit() + ":3: ReferenceError")) << outcome.errors.constData();
+    EXPECT_EQ(outcome.errors.count("ReferenceError"), 1) << outcome.errors.constData();
+    EXPECT_TRUE(outcome.errors.contains("went on")) << outcome.errors.constData();
+}
+
+TEST_F(Program, EndsWithTheCodeOfTheSceneInSpiteOfAnErrorInIt)
+{
+    const QString path = scene("import QtQml 2.15\nQtObject {\n    Component.onCompleted: {\n        Qt.exit(7)\n"
+                               "        noSuchThing.call()\n    }\n}\n");
+    EXPECT_EQ(run({path}).code, 7);
+}
+
 TEST_F(Program, RefusesWrongUsage)
 {
     EXPECT_EQ(run({}).code, 64);
@@ -135,21 +119,5 @@ TEST_F(Program, FailsWhenAFileCannotBeWritten)
     EXPECT_EQ(outcome.code, 1);
     EXPECT_TRUE(outcome.errors.contains("/no/such/folder/a.json"));
 }
-
-#ifdef Q_OS_UNIX
-TEST_F(Program, EndsCleanlyWhenItIsAskedTo)
-{
-    QProcess process;
-    process.start(QStringLiteral(TAVRIN_HOST_PROGRAM), {"--json", path("a.json"), m_pattern});
-    ASSERT_TRUE(process.waitForStarted());
-    // A line of status means that the scene runs.
-    ASSERT_TRUE(process.waitForReadyRead(20000));
-    process.terminate();
-    ASSERT_TRUE(process.waitForFinished(5000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
-    EXPECT_EQ(process.exitCode(), 0);
-    EXPECT_TRUE(QFile::exists(path("a.json")));
-}
-#endif
 
 } // namespace

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <QtCore/QByteArray>
+#include <QtCore/QElapsedTimer>
+#include <QtCore/QFile>
+#include <QtCore/QProcess>
+#include <QtCore/QStringList>
+#include <QtCore/QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+struct Outcome {
+    int code = -1;
+    QByteArray output;
+    QByteArray errors;
+};
+
+class Program : public testing::Test
+{
+protected:
+    static constexpr int Patience = 60000; // milliseconds, on a machine that has much else to do
+
+    Outcome run(const QStringList &arguments)
+    {
+        QProcess process;
+        process.start(QStringLiteral(TAVRIN_HOST_PROGRAM), arguments);
+        if (!process.waitForFinished(Patience)) {
+            process.kill();
+            process.waitForFinished();
+            return {};
+        }
+        return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+    }
+    // Waits until the program has said that on its standard output; all it said until then.
+    static QByteArray outputUntil(QProcess &process, const char *text)
+    {
+        QElapsedTimer elapsed;
+        elapsed.start();
+        QByteArray output;
+        while (!output.contains(text) && elapsed.elapsed() < Patience && process.waitForReadyRead(Patience))
+            output += process.readAllStandardOutput();
+        return output;
+    }
+    // Writes a scene; its path.
+    QString scene(const QByteArray &text)
+    {
+        const QString path = m_folder.filePath("scene.qml");
+        QFile file(path);
+        file.open(QIODevice::WriteOnly);
+        file.write(text);
+        return path;
+    }
+    QString path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+
+    const QString m_pattern = QStringLiteral(TAVRIN_EXAMPLES "/pattern.qml");
+
+private:
+    QTemporaryDir m_folder;
+};
