@@ -24,8 +24,8 @@ for member in '"width": 1920' '"height": 1080' '"subtype": "UYVY"' '"sampleRate"
 done
 expect "the snapshot is a PNG" [ "$(head -c 4 "$out/snapshot.png" | tail -c 3)" = PNG ]
 
-# The sender's name holds the process id of the demo.
-sender_runs() { grep -l -z -x "Demo $demo" /proc/[0-9]*/cmdline 2>/dev/null | grep -q .; }
+# The sender's name holds the process id of the demo. The brackets keep grep from finding itself.
+sender_runs() { [ -n "$(grep -l -z -x "[D]emo $demo" /proc/[0-9]*/cmdline 2>/dev/null)" ]; }
 sender_is_gone() { ! sender_runs; }
 group_is_gone() { ! kill -0 -- "-$demo" 2>/dev/null; }
 "$root/demo" --no-install --seconds 60 --out "$out" >"$scratch/output" 2>&1 </dev/null &
