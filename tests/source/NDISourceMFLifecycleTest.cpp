@@ -173,7 +173,8 @@ TEST_F(NDISourceMFLifecycleTest, ASearchAfterARestartEndsQuietlyWithItsToken)
     source->setTally(tally);
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     stop(source);
-    EXPECT_TRUE(log.lines().empty());
+    for (const auto &line : log.lines())
+        ADD_FAILURE() << line.category.constData() << ": " << qPrintable(line.text);
     EXPECT_EQ(1, ndi.calls().receiversMade);
     source->Shutdown();
 }
