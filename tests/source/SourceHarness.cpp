@@ -20,6 +20,8 @@ void SourceTest::SetUp()
 void SourceTest::TearDown()
 {
     streams.clear();
+    // Work on their queues may keep sources, and log, longer than the test; it would log into the next one.
+    EXPECT_TRUE(m_alive->waitForNone()) << "a source was never destroyed";
     // Sources end on the threads of their queues.
     ndi.waitFor([](const auto &calls) {
         return calls.receiversMade == calls.receiversDestroyed && calls.findersMade == calls.findersDestroyed;
@@ -42,6 +44,7 @@ CComPtr<NDISourceMF> SourceTest::makeSource(const SourceParameters &params)
     HRESULT hr = E_UNEXPECTED;
     CComPtr<NDISourceMF> source(new NDISourceMF(hr, params));
     EXPECT_EQ(S_OK, hr);
+    watch(source);
     return source;
 }
 
@@ -53,6 +56,25 @@ CComPtr<IMFPresentationDescriptor> SourceTest::beginStart(NDISourceMF *source)
     PropVariantInit(&position);
     EXPECT_EQ(S_OK, source->Start(descriptor, nullptr, &position));
     return descriptor;
+}
+
+void SourceTest::watch(NDISourceMF *source)
+{
+    m_alive->add(1);
+    QObject::connect(source, &QObject::destroyed, [alive = m_alive] { alive->add(-1); });
+}
+
+void SourceTest::LiveSources::add(int change)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_count += change;
+    m_changed.notify_all();
+}
+
+bool SourceTest::LiveSources::waitForNone()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    return m_changed.wait_for(lock, std::chrono::seconds(20), [this] { return m_count == 0; });
 }
 
 void SourceTest::start(NDISourceMF *source)

@@ -10,6 +10,9 @@
 #include <mferror.h>
 #include <mfidl.h>
 
+#include <condition_variable>
+#include <memory>
+#include <mutex>
 #include <vector>
 
 // A media source on the scripted runtime, driven as a media session would.
@@ -20,8 +23,10 @@ protected:
     void TearDown() override;
 
     static SourceParameters parameters(bool video = true, bool audio = true);
-    // A source for those parameters; the sender is on the network.
+    // A source for those parameters; the sender is on the network. The test does not end before it does.
     CComPtr<NDISourceMF> makeSource(const SourceParameters &params = parameters());
+    // The test does not end before that source does.
+    void watch(NDISourceMF *source);
     // Starts every stream without waiting. A failed start is told by events that come in no fixed order.
     static CComPtr<IMFPresentationDescriptor> beginStart(NDISourceMF *source);
     // Starts every stream and keeps the streams by their order in the descriptor.
@@ -36,6 +41,21 @@ protected:
     ScriptedNdi &ndi = ScriptedNdi::instance();
     LogCapture log;
     std::vector<CComPtr<IMFMediaStream>> streams;
+
+private:
+    class LiveSources
+    {
+    public:
+        void add(int change);
+        bool waitForNone();
+
+    private:
+        std::mutex m_mutex;
+        std::condition_variable m_changed;
+        int m_count = 0;
+    };
+
+    const std::shared_ptr<LiveSources> m_alive = std::make_shared<LiveSources>();
 };
 
 NDIlib_video_frame_v2_t videoFrame(int width, int height, int64_t timecode,
