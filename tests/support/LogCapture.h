@@ -46,4 +46,5 @@ private:
 
 constexpr const char *generalLog = "Multimedia.Tavrin";
 constexpr const char *sourceLog = "Multimedia.Tavrin.source";
+constexpr const char *sinkLog = "Multimedia.Tavrin.sink";
 constexpr const char *defaultLog = "default";

@@ -22,9 +22,16 @@ bool ScriptedNdi::reset()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const bool clean = m_calls.findersMade == m_calls.findersDestroyed &&
-                       m_calls.receiversMade == m_calls.receiversDestroyed && m_lent.empty() && m_calls.wrongFrees == 0;
+                       m_calls.receiversMade == m_calls.receiversDestroyed && m_lent.empty() &&
+                       m_calls.wrongFrees == 0 && m_senders.empty() && m_calls.straySendCalls == 0 &&
+                       m_calls.overlappingSendCalls == 0;
     m_calls = Calls();
-    m_refuseInitialize = m_refuseFinders = m_refuseReceivers = false;
+    m_refuseInitialize = m_refuseFinders = m_refuseReceivers = m_refuseSenders = false;
+    m_holdSends = false;
+    m_keepSent = true;
+    m_senderTally = NDIlib_tally_t();
+    m_tallyVersion = 0;
+    m_connections = 0;
     m_sources.clear();
     m_sourcesVersion = 0;
     m_frames.clear();

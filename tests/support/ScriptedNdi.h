@@ -9,18 +9,21 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
 // An NDI runtime that does what a test tells it to, and remembers what it was asked. It defines the runtime's
-// functions; one script serves all finders and receivers of the process. Thread-safe.
+// functions; one script serves all finders, receivers and senders of the process. Thread-safe.
 class ScriptedNdi
 {
 public:
     static ScriptedNdi &instance();
 
-    // Back to an empty network. Returns false when finders, receivers or captured frames were never given back.
+    // Back to an empty network. Returns false when finders, receivers, senders or captured frames were never given
+    // back, or when a sender was used that was not there, or by two at once.
     bool reset();
 
     // What the network looks like: names and addresses. Wakes finders.
@@ -28,6 +31,15 @@ public:
     void refuseInitialize(bool refuse);
     void refuseFinders(bool refuse);
     void refuseReceivers(bool refuse);
+    void refuseSenders(bool refuse);
+
+    // Video and audio sends wait inside the runtime as long as they are held.
+    void holdSends(bool hold);
+    // Whether sent frames are kept; otherwise only their number is.
+    void keepSent(bool keep);
+    // What the receivers of every sender show and how many they are.
+    void setSenderTally(NDIlib_tally_t tally);
+    void setConnections(int count);
 
     // Frames for the next captures, in order. The descriptor's data pointers are replaced by copies of `data`; with no
     // data the frame keeps a null pointer. A null `metadata` gives a frame without.
@@ -35,6 +47,30 @@ public:
     void pushAudio(NDIlib_audio_frame_v2_t frame, std::vector<float> data, const char *metadata = nullptr);
     void pushMetadata(const std::string &text);
     void pushType(NDIlib_frame_type_e type);
+
+    enum class SendCall { Create, Video, VideoAsync, Flush, Audio, Metadata, Destroy };
+    struct SenderSettings {
+        std::optional<std::string> name;
+        std::optional<std::string> groups;
+        bool clockVideo;
+        bool clockAudio;
+    };
+    // Frames as they were sent, with copies of what their pointers led to.
+    struct SentVideo {
+        NDIlib_video_frame_v2_t frame;
+        std::vector<uint8_t> picture;
+        std::optional<std::string> metadata;
+    };
+    struct SentAudio {
+        NDIlib_audio_frame_v2_t frame;
+        std::vector<std::vector<float>> channels;
+        std::optional<std::string> metadata;
+    };
+    struct SentMetadata {
+        int length;
+        int64_t timecode;
+        std::optional<std::string> text;
+    };
 
     // What was asked. All of these may be awaited with waitFor().
     struct Calls {
@@ -54,6 +90,16 @@ public:
         std::vector<NDIlib_recv_create_t> receiverSettings; // without the source's strings
         std::vector<std::pair<std::string, std::string>> connectedTo;
         std::vector<NDIlib_tally_t> tallies;
+        int sendersMade = 0;
+        int sendersDestroyed = 0;
+        int sendsEntered = 0; // of video and audio, held ones included
+        int straySendCalls = 0;
+        int overlappingSendCalls = 0;
+        std::vector<SenderSettings> senderSettings;
+        std::vector<SentVideo> sentVideo;
+        std::vector<SentAudio> sentAudio;
+        std::vector<SentMetadata> sentMetadata;
+        std::vector<SendCall> sendCalls; // in the order in which they came
     };
     Calls calls();
     // Whether the predicate came true before the deadline; it is asked again after every call of the runtime.
@@ -63,6 +109,7 @@ public:
 
 private:
     friend struct ScriptedNdiAccess;
+    friend struct ScriptedNdiSendAccess;
 
     struct Frame {
         NDIlib_frame_type_e type = NDIlib_frame_type_none;
@@ -87,4 +134,12 @@ private:
     std::deque<Frame> m_frames;
     std::map<uint64_t, Frame> m_lent; // by the number that a captured frame carries in its timestamp
     uint64_t m_lastLent = 0;
+    bool m_refuseSenders = false;
+    bool m_holdSends = false;
+    bool m_keepSent = true;
+    std::set<NDIlib_send_instance_t> m_senders;
+    std::set<NDIlib_send_instance_t> m_sendersInUse;
+    NDIlib_tally_t m_senderTally;
+    uint64_t m_tallyVersion = 0;
+    int m_connections = 0;
 };
