@@ -12,6 +12,11 @@ struct NdiFinderDeleter {
 };
 using NdiFinder = std::unique_ptr<std::remove_pointer_t<NDIlib_find_instance_t>, NdiFinderDeleter>;
 
+struct NdiSenderDeleter {
+    void operator()(NDIlib_send_instance_t sender) const { NDIlib_send_destroy(sender); }
+};
+using NdiSender = std::unique_ptr<std::remove_pointer_t<NDIlib_send_instance_t>, NdiSenderDeleter>;
+
 // Gives a captured frame back to its receiver at the end of a scope, by `free`.
 template <typename Frame>
 class NdiFrameGuard

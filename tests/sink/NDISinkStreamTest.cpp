@@ -1,0 +1,408 @@
+#include "sink/NDISinkStream.h"
+
+#include "hostfw/ComException.h"
+#include "sink/NDIMediaTypeHandlerVideo.h"
+#include "tests/sink/SinkFakes.h"
+#include "tests/sink/SinkHarness.h"
+#include "tests/source/EventReader.h"
+
+namespace
+{
+
+using Types = std::vector<MediaEventType>;
+
+class NDISinkStreamTest : public MadeSinkTest
+{
+protected:
+    void makeTyped()
+    {
+        ASSERT_EQ(S_OK, stream.MediaTypeResolved(pictureType()));
+        drain(sink);
+    }
+    void makeStarted()
+    {
+        makeTyped();
+        ASSERT_EQ(S_OK, stream.Start(0, 0));
+        ASSERT_EQ((Types{MEStreamSinkStarted, MEStreamSinkRequestSample}), takeEventTypes(&stream));
+    }
+    static CComPtr<IMFSample> sampleAt(LONGLONG time)
+    {
+        auto sample = emptySample();
+        sample->SetSampleTime(time);
+        return sample;
+    }
+    // The latency that the stream tells of for the next sample.
+    CComPtr<IMFMediaEvent> qualityOf(IMFSample *sample)
+    {
+        EXPECT_EQ(S_OK, stream.ProcessSample(sample));
+        const auto events = takeEvents(&stream);
+        EXPECT_EQ(2u, events.size());
+        return events.empty() ? CComPtr<IMFMediaEvent>() : events.front();
+    }
+    static LONGLONG valueOf(IMFMediaEvent *event)
+    {
+        PROPVARIANT value;
+        PropVariantInit(&value);
+        EXPECT_EQ(S_OK, event->GetValue(&value));
+        EXPECT_EQ(VT_I8, value.vt);
+        return value.hVal.QuadPart;
+    }
+
+    RecordingStream stream{5, sink};
+    static constexpr LONGLONG currentPosition = 0x7FFFFFFFFFFFFFFF;
+};
+
+} // namespace
+
+TEST_F(NDISinkStreamTest, StartBeforeATypeIsResolvedAsksForOneAndDoesNotStart)
+{
+    EXPECT_EQ(S_FALSE, stream.Start(0, 0));
+    EXPECT_EQ((Types{MEStreamSinkFormatChanged}), takeEventTypes(&stream));
+    EXPECT_EQ(MF_E_INVALIDREQUEST, stream.ProcessSample(emptySample()));
+    EXPECT_EQ(1, log.count(QtWarningMsg, sinkLog, "Invalid ProcessSample request (state: 0, requests: 0)"));
+}
+
+TEST_F(NDISinkStreamTest, StartFromTheCurrentPositionQueuesNothingOnAStoppedOrStartedStream)
+{
+    makeStarted();
+    EXPECT_EQ(S_OK, stream.Start(0, currentPosition));
+    EXPECT_TRUE(takeEvents(&stream).empty());
+    ASSERT_EQ(S_OK, stream.ProcessSample(emptySample())); // its request is still open
+    ASSERT_EQ(S_OK, stream.Stop());
+    takeEvents(&stream);
+    EXPECT_EQ(S_OK, stream.Start(0, currentPosition));
+    EXPECT_TRUE(takeEvents(&stream).empty());
+    EXPECT_EQ(MF_E_INVALIDREQUEST, stream.ProcessSample(emptySample())); // and it is still stopped
+}
+
+TEST_F(NDISinkStreamTest, StartFromTheCurrentPositionStillAsksForATypeFirst)
+{
+    EXPECT_EQ(S_FALSE, stream.Start(0, currentPosition));
+    EXPECT_EQ((Types{MEStreamSinkFormatChanged}), takeEventTypes(&stream));
+}
+
+TEST_F(NDISinkStreamTest, AStartRaisesOneRequestAndEachAcceptedSampleExactlyOneMore)
+{
+    makeStarted();
+    for (int round = 0; round < 5; ++round) {
+        EXPECT_EQ(S_OK, stream.ProcessSample(emptySample()));
+        EXPECT_EQ((Types{MEStreamSinkRequestSample}), takeEventTypes(&stream));
+    }
+    EXPECT_EQ(6, log.count(QtDebugMsg, sinkLog, "Sample requested... (total requests: 1)"));
+    drain(sink);
+    EXPECT_EQ(5u, stream.samples().size());
+}
+
+TEST_F(NDISinkStreamTest, OfThreeFurtherRequestsTwoAreQueuedAndTheThirdIsNot)
+{
+    makeStarted();
+    EXPECT_EQ(S_OK, stream.RequestSample());
+    EXPECT_EQ(S_OK, stream.RequestSample());
+    EXPECT_EQ(S_FALSE, stream.RequestSample());
+    EXPECT_EQ((Types{MEStreamSinkRequestSample, MEStreamSinkRequestSample}), takeEventTypes(&stream));
+    EXPECT_EQ(1, log.count(QtDebugMsg, sinkLog, "Sample requested... (total requests: 2)"));
+    EXPECT_EQ(1, log.count(QtDebugMsg, sinkLog, "Sample requested... (total requests: 3)"));
+}
+
+TEST_F(NDISinkStreamTest, ASampleWithoutAnOpenRequestIsRefused)
+{
+    makeStarted();
+    // The next request of an accepted sample cannot be told: none is open then.
+    ASSERT_EQ(S_OK, stream.Shutdown());
+    ASSERT_EQ(S_OK, stream.ProcessSample(emptySample()));
+    EXPECT_EQ(1, criticals(" [m_eventGenerator->QueueEvent( MEStreamSinkRequestSample, GUID_NULL, ((HRESULT)0L), 0)] "
+                           "(HR=0xC00D3E85)"));
+    EXPECT_EQ(MF_E_INVALIDREQUEST, stream.ProcessSample(emptySample()));
+    EXPECT_EQ(1, log.count(QtWarningMsg, sinkLog, "Invalid ProcessSample request (state: 2, requests: 0)"));
+    drain(sink);
+    EXPECT_EQ(1u, stream.samples().size());
+}
+
+TEST_F(NDISinkStreamTest, StopWithoutATypeFailsAndWithOneMovesToStopped)
+{
+    EXPECT_EQ(notValidState, stream.Stop());
+    EXPECT_TRUE(takeEvents(&stream).empty());
+    makeTyped();
+    EXPECT_EQ(S_OK, stream.Stop());
+    EXPECT_EQ((Types{MEStreamSinkStopped}), takeEventTypes(&stream));
+    EXPECT_EQ(MF_E_INVALIDREQUEST, stream.ProcessSample(emptySample()));
+    EXPECT_EQ(1, log.count(QtWarningMsg, sinkLog, "Invalid ProcessSample request (state: 3, requests: 0)"));
+}
+
+TEST_F(NDISinkStreamTest, AStopKeepsTheOpenRequestsAndTheNextStartForgetsThem)
+{
+    makeStarted();
+    ASSERT_EQ(S_OK, stream.RequestSample());
+    ASSERT_EQ(S_OK, stream.Stop());
+    EXPECT_EQ(MF_E_INVALIDREQUEST, stream.ProcessSample(emptySample()));
+    EXPECT_EQ(1, log.count(QtWarningMsg, sinkLog, "Invalid ProcessSample request (state: 3, requests: 2)"));
+    log.clear();
+    ASSERT_EQ(S_OK, stream.Start(0, 0));
+    EXPECT_EQ(1, log.count(QtDebugMsg, sinkLog, "Sample requested... (total requests: 1)"));
+}
+
+TEST_F(NDISinkStreamTest, AStartedStreamThatStartsAgainTellsSoAgain)
+{
+    makeStarted();
+    EXPECT_EQ(S_OK, stream.Start(0, 10'000'000));
+    EXPECT_EQ((Types{MEStreamSinkStarted, MEStreamSinkRequestSample}), takeEventTypes(&stream));
+}
+
+TEST_F(NDISinkStreamTest, RequestsAreForStartedStreamsOnly)
+{
+    EXPECT_EQ(notValidState, stream.RequestSample());
+    makeTyped();
+    EXPECT_EQ(notValidState, stream.RequestSample());
+    ASSERT_EQ(S_OK, stream.Start(0, 0));
+    ASSERT_EQ(S_OK, stream.Stop());
+    takeEvents(&stream);
+    log.clear();
+    EXPECT_EQ(notValidState, stream.RequestSample());
+    EXPECT_TRUE(takeEvents(&stream).empty());
+    EXPECT_TRUE(log.lines().empty());
+}
+
+TEST_F(NDISinkStreamTest, ATypedStreamThatWasNeverStartedTakesNoSample)
+{
+    makeTyped();
+    EXPECT_EQ(MF_E_INVALIDREQUEST, stream.ProcessSample(emptySample()));
+    EXPECT_EQ(1, log.count(QtWarningMsg, sinkLog, "Invalid ProcessSample request (state: 1, requests: 0)"));
+}
+
+TEST_F(NDISinkStreamTest, WithoutAClockASampleTellsNoLatency)
+{
+    makeStarted();
+    EXPECT_EQ(S_OK, stream.ProcessSample(sampleAt(0)));
+    EXPECT_EQ((Types{MEStreamSinkRequestSample}), takeEventTypes(&stream));
+    EXPECT_EQ(0, log.countContaining("Latency"));
+}
+
+TEST_F(NDISinkStreamTest, AClockThatCannotTellTheTimeTellsNoLatency)
+{
+    const CComPtr<FakeClock> clock(new FakeClock);
+    clock->timeResult = MF_E_CLOCK_NO_TIME_SOURCE;
+    stream.setPresentationClock(clock);
+    makeStarted();
+    EXPECT_EQ(S_OK, stream.ProcessSample(sampleAt(0)));
+    EXPECT_EQ((Types{MEStreamSinkRequestSample}), takeEventTypes(&stream));
+    EXPECT_EQ(0, log.countContaining("Latency"));
+}
+
+TEST_F(NDISinkStreamTest, AClockAheadOfTheSampleIsAPositiveLatencyAndOneBehindItANegative)
+{
+    const CComPtr<FakeClock> clock(new FakeClock);
+    stream.setPresentationClock(clock);
+    makeStarted();
+    clock->time = 1'123'456;
+    const auto late = qualityOf(sampleAt(1'000'000));
+    MediaEventType type = MEUnknown;
+    GUID extended = GUID_NULL;
+    HRESULT status = E_UNEXPECTED;
+    late->GetType(&type);
+    late->GetExtendedType(&extended);
+    late->GetStatus(&status);
+    EXPECT_EQ(MEQualityNotify, type);
+    const GUID processingLatency = {0xf6b44af8, 0x604d, 0x46fe, {0xa9, 0x5d, 0x45, 0x47, 0x9b, 0x10, 0xc9, 0xbc}};
+    EXPECT_TRUE(IsEqualGUID(processingLatency, extended));
+    EXPECT_EQ(S_OK, status);
+    EXPECT_EQ(123'456, valueOf(late));
+    EXPECT_EQ(1, log.count(QtDebugMsg, sinkLog, "Latency: 12.35 ms"));
+
+    EXPECT_EQ(-500'000, valueOf(qualityOf(sampleAt(1'623'456))));
+    EXPECT_EQ(1, log.count(QtDebugMsg, sinkLog, "Latency: -50.00 ms"));
+}
+
+TEST_F(NDISinkStreamTest, ASampleWithoutATimeCountsAsOneOfTimeZero)
+{
+    const CComPtr<FakeClock> clock(new FakeClock);
+    clock->time = 70'000;
+    stream.setPresentationClock(clock);
+    makeStarted();
+    EXPECT_EQ(70'000, valueOf(qualityOf(emptySample())));
+}
+
+TEST_F(NDISinkStreamTest, TimesAtTheEndsOfTheirRangeDoNoHarm)
+{
+    const CComPtr<FakeClock> clock(new FakeClock);
+    stream.setPresentationClock(clock);
+    makeStarted();
+    for (const LONGLONG time : {INT64_MIN, INT64_MAX}) {
+        clock->time = ~time;
+        EXPECT_TRUE(qualityOf(sampleAt(time)));
+    }
+}
+
+TEST_F(NDISinkStreamTest, TheClockIsHeldUntilAnotherOrTheShutdown)
+{
+    const CComPtr<FakeClock> first(new FakeClock);
+    const CComPtr<FakeClock> second(new FakeClock);
+    EXPECT_EQ(S_OK, stream.setPresentationClock(first));
+    EXPECT_EQ(S_OK, stream.setPresentationClock(first));
+    EXPECT_EQ(2u, referencesOf(first));
+    EXPECT_EQ(S_OK, stream.setPresentationClock(second));
+    EXPECT_EQ(1u, referencesOf(first));
+    EXPECT_EQ(2u, referencesOf(second));
+    EXPECT_EQ(S_OK, stream.Shutdown());
+    EXPECT_EQ(1u, referencesOf(second));
+}
+
+TEST_F(NDISinkStreamTest, MarkersArePlacedInSilence)
+{
+    EXPECT_EQ(S_OK, stream.PlaceMarker(MFSTREAMSINK_MARKER_DEFAULT, nullptr, nullptr));
+    makeStarted();
+    EXPECT_EQ(S_OK, stream.PlaceMarker(MFSTREAMSINK_MARKER_ENDOFSEGMENT, nullptr, nullptr));
+    EXPECT_TRUE(takeEvents(&stream).empty());
+}
+
+TEST_F(NDISinkStreamTest, FlushMakesTheSenderLetGoAndSucceedsAlsoWithoutOne)
+{
+    EXPECT_EQ(S_OK, stream.Flush());
+    EXPECT_EQ((std::vector<SendCall>{SendCall::Create, SendCall::Flush}), ndi.calls().sendCalls);
+    ASSERT_EQ(S_OK, sink->destroySender());
+    EXPECT_EQ(S_OK, stream.Flush());
+    EXPECT_EQ(0, ndi.calls().straySendCalls);
+}
+
+TEST_F(NDISinkStreamTest, AStreamWithoutATypeHandlerSaysSo)
+{
+    CComPtr<IMFMediaTypeHandler> handler;
+    EXPECT_EQ(E_POINTER, stream.GetMediaTypeHandler(&handler));
+    EXPECT_EQ(1, criticals(" [m_mediaTypeHandler is null]"));
+    EXPECT_FALSE(handler);
+    EXPECT_EQ(E_POINTER, stream.GetMediaTypeHandler(nullptr));
+    EXPECT_EQ(2, criticals(" [m_mediaTypeHandler is null]"));
+}
+
+TEST_F(NDISinkStreamTest, TheTypeHandlerIsHandedOutWithAReferenceAndNotWithoutAPlaceForIt)
+{
+    stream.m_mediaTypeHandler = NDIMediaTypeHandlerVideo::create(&stream);
+    EXPECT_EQ(E_POINTER, stream.GetMediaTypeHandler(nullptr));
+    EXPECT_TRUE(log.lines().empty());
+    const ULONG before = referencesOf(sink);
+    CComPtr<IMFMediaTypeHandler> handler;
+    EXPECT_EQ(S_OK, stream.GetMediaTypeHandler(&handler));
+    EXPECT_EQ(stream.m_mediaTypeHandler.get(), handler.p);
+    EXPECT_EQ(before + 1, referencesOf(sink));
+}
+
+TEST_F(NDISinkStreamTest, ATypeThatCannotBeAdoptedIsResolvedAllTheSameAndLeavesTheStreamWithoutOne)
+{
+    stream.typeResult = E_FAIL;
+    EXPECT_EQ(S_OK, stream.MediaTypeResolved(pictureType()));
+    drain(sink);
+    EXPECT_EQ(1, criticals(" [onMediaTypeChanged(type)] (HR=0x80004005)"));
+    EXPECT_EQ(S_FALSE, stream.Start(0, 0));
+    EXPECT_EQ((Types{MEStreamSinkFormatChanged}), takeEventTypes(&stream));
+}
+
+TEST_F(NDISinkStreamTest, ATypeResolvedLaterLeavesTheStateAsItIs)
+{
+    makeStarted();
+    makeTyped();
+    EXPECT_EQ(2u, stream.types().size());
+    EXPECT_EQ(S_OK, stream.ProcessSample(emptySample()));
+    ASSERT_EQ(S_OK, stream.Stop());
+    makeTyped();
+    EXPECT_EQ(MF_E_INVALIDREQUEST, stream.ProcessSample(emptySample()));
+    EXPECT_EQ(1, log.count(QtWarningMsg, sinkLog, "Invalid ProcessSample request (state: 3, requests: 1)"));
+}
+
+TEST_F(NDISinkStreamTest, EventsThatCannotBeQueuedAreReportedAndOnlyAStartIsKept)
+{
+    ASSERT_EQ(S_OK, stream.Shutdown());
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.Start(0, 0));
+    EXPECT_EQ(1, criticals(" [m_eventGenerator->QueueEvent( MEStreamSinkFormatChanged, GUID_NULL, ((HRESULT)0L), 0)] "
+                           "(HR=0xC00D3E85)"));
+    makeTyped();
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.Stop());
+    EXPECT_EQ(1, criticals(" [m_eventGenerator->QueueEvent( MEStreamSinkStopped, GUID_NULL, ((HRESULT)0L), 0)] "
+                           "(HR=0xC00D3E85)"));
+    EXPECT_EQ(notValidState, stream.RequestSample()); // still ready
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.Start(0, 0));
+    EXPECT_EQ(1, criticals(" [m_eventGenerator->QueueEvent( MEStreamSinkStarted, GUID_NULL, ((HRESULT)0L), 0)] "
+                           "(HR=0xC00D3E85)"));
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.RequestSample()); // started
+    EXPECT_EQ(1, criticals(" [m_eventGenerator->QueueEvent( MEStreamSinkRequestSample, GUID_NULL, ((HRESULT)0L), 0)] "
+                           "(HR=0xC00D3E85)"));
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.Stop());
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.RequestSample()); // started still
+}
+
+TEST_F(NDISinkStreamTest, NullArgumentsAreRefusedByName)
+{
+    EXPECT_EQ(E_INVALIDARG, stream.ProcessSample(nullptr));
+    EXPECT_EQ(1, criticals(" [pSample is null]"));
+    EXPECT_EQ(E_POINTER, stream.GetMediaSink(nullptr));
+    EXPECT_EQ(1, criticals(" [ppMediaSink is null]"));
+    EXPECT_EQ(E_INVALIDARG, stream.GetIdentifier(nullptr));
+    EXPECT_EQ(1, criticals(" [pdwIdentifier is null]"));
+    EXPECT_EQ(3u, log.lines().size());
+}
+
+TEST_F(NDISinkStreamTest, CannotBeMadeWithoutASink)
+{
+    try {
+        RecordingStream orphan(0, nullptr);
+        FAIL() << "made";
+    } catch (const ComException &exception) {
+        EXPECT_EQ(E_POINTER, exception.getErrorCode());
+        EXPECT_EQ(QStringLiteral("Null pointer"), exception.getMessage());
+    }
+    EXPECT_EQ(1, criticals(" [m_sink is null]"));
+}
+
+TEST_F(NDISinkStreamTest, TellsItsSinkAndItsIdentifier)
+{
+    CComPtr<IMFMediaSink> owner;
+    EXPECT_EQ(S_OK, stream.GetMediaSink(&owner));
+    EXPECT_EQ(static_cast<IMFMediaSink *>(sink.p), owner.p);
+    DWORD identifier = 0;
+    EXPECT_EQ(S_OK, stream.GetIdentifier(&identifier));
+    EXPECT_EQ(5u, identifier);
+}
+
+TEST_F(NDISinkStreamTest, AnswersForItselfAndIsCountedByItsSink)
+{
+    for (const IID &iid : {__uuidof(IMFStreamSink), __uuidof(IMFMediaEventGenerator), __uuidof(IUnknown)}) {
+        const ULONG before = referencesOf(sink);
+        void *face = nullptr;
+        ASSERT_EQ(S_OK, stream.QueryInterface(iid, &face));
+        EXPECT_EQ(static_cast<IMFStreamSink *>(&stream), face);
+        EXPECT_EQ(before + 1, referencesOf(sink));
+        static_cast<IMFStreamSink *>(face)->Release();
+        EXPECT_EQ(before, referencesOf(sink));
+    }
+    void *face = &stream;
+    EXPECT_EQ(E_NOINTERFACE, stream.QueryInterface(__uuidof(IMFMediaSink), &face));
+    EXPECT_EQ(nullptr, face);
+}
+
+TEST_F(NDISinkStreamTest, EventsAreThoseOfItsOwnQueueUntilTheShutdown)
+{
+    EXPECT_EQ(S_OK, stream.QueueEvent(MEExtendedType, GUID_NULL, S_OK, nullptr));
+    const auto event = nextEvent(&stream); // by BeginGetEvent and EndGetEvent
+    ASSERT_TRUE(event);
+    MediaEventType type = MEUnknown;
+    event->GetType(&type);
+    EXPECT_EQ(MEExtendedType, type);
+    EXPECT_EQ(S_OK, stream.Shutdown());
+    CComPtr<IMFMediaEvent> none;
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.GetEvent(MF_EVENT_FLAG_NO_WAIT, &none));
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.QueueEvent(MEExtendedType, GUID_NULL, S_OK, nullptr));
+    EXPECT_EQ(MF_E_SHUTDOWN, stream.Shutdown());
+}
+
+TEST_F(NDISinkStreamTest, SamplesAndTypesAreDealtWithInTheOrderInWhichTheyCame)
+{
+    makeStarted();
+    std::vector<CComPtr<IMFSample>> sent;
+    for (int index = 0; index < 20; ++index) {
+        sent.push_back(emptySample());
+        ASSERT_EQ(S_OK, stream.ProcessSample(sent.back()));
+    }
+    drain(sink);
+    EXPECT_EQ(sent.size(), stream.samples().size());
+    for (size_t index = 0; index < sent.size(); ++index)
+        EXPECT_EQ(sent[index].p, stream.samples()[index].p) << index;
+    EXPECT_EQ(2u, referencesOf(sent.front())); // the test's two lists and no job any more
+}
