@@ -3,6 +3,7 @@
 #include "discovery/NDIInput.h"
 #include "discovery/NDIInputEnumerator.h"
 #include "plugin/Logging.h"
+#include "sink/NDISink.h"
 #include "source/NDISource.h"
 
 #include <QtCore/QCoreApplication>
@@ -41,4 +42,5 @@ void QmlPlugin::registerTypes(const char *uri)
     qmlRegisterSingletonType<NDIInputEnumerator>(uri, majorVersion, minorVersion, "NDI", createEnumerator);
     NDIInput::registerMetaType();
     qmlRegisterType<NDISource>(uri, majorVersion, minorVersion, "NDISource");
+    qmlRegisterType<NDISink>(uri, majorVersion, minorVersion, "NDISink");
 }
