@@ -1,6 +1,7 @@
 #include "plugin/QmlPlugin.h"
 
 #include "discovery/NDIInputEnumerator.h"
+#include "sink/NDISink.h"
 #include "source/NDISource.h"
 #include "tests/support/EventLoop.h"
 #include "tests/support/LogCapture.h"
@@ -46,7 +47,7 @@ TEST(QmlPlugin, RegistersNothingWhenTheRuntimeDoesNotStart)
                 failures += log.lines().size() != 1;
                 QQmlEngine engine;
                 for (const char *document :
-                     {"import Test.Refused 1.0\nNDISource {}",
+                     {"import Test.Refused 1.0\nNDISource {}", "import Test.Refused 1.0\nNDISink {}",
                       "import QtQml 2.15\nimport Test.Refused 1.0\nQtObject { property var i: NDI.inputs }"})
                     failures += create(engine, document) != nullptr;
             }
@@ -102,16 +103,22 @@ TEST(QmlPlugin, MakesTheModulesTypesKnownToQml)
     const auto object = create(engine, "import QtQml 2.15\nimport Test.Types 1.0\n"
                                        "QtObject {\n"
                                        "  property var source: NDISource { input: NDI.createInput() }\n"
+                                       "  property var sink: NDISink { name: \"Studio\"; metadata: 7 }\n"
                                        "  property var list: NDI.inputs\n"
                                        "  property string text: NDI.createInput()\n"
                                        "}");
     ASSERT_TRUE(object);
     EXPECT_TRUE(qobject_cast<NDISource *>(object->property("source").value<QObject *>()));
+    const auto *const sink = qobject_cast<NDISink *>(object->property("sink").value<QObject *>());
+    ASSERT_TRUE(sink);
+    EXPECT_EQ(QStringLiteral("Studio"), sink->name());
+    EXPECT_EQ(QVariant(7), sink->metadata());
     EXPECT_TRUE(object->property("list").toList().isEmpty());
     EXPECT_EQ(QStringLiteral(" ()"), object->property("text").toString());
     EXPECT_NE(int(QMetaType::UnknownType), QMetaType::type("NDIInput"));
     EXPECT_NE(int(QMetaType::UnknownType), QMetaType::type("QList<NDIInput>"));
     EXPECT_NE(int(QMetaType::UnknownType), QMetaType::type("NDISource*"));
+    EXPECT_NE(int(QMetaType::UnknownType), QMetaType::type("NDISink*"));
 }
 
 TEST(QmlPlugin, TheSingletonIsOneEnumeratorWithOneFinder)

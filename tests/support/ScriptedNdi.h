@@ -33,9 +33,9 @@ public:
     void refuseReceivers(bool refuse);
     void refuseSenders(bool refuse);
 
-    // Video and audio sends wait inside the runtime as long as they are held.
+    // Video and audio sends wait inside the runtime as long as they are held, 20 s at most.
     void holdSends(bool hold);
-    // Whether sent frames are kept; otherwise only their number is.
+    // Whether what is sent is kept; otherwise it is only counted.
     void keepSent(bool keep);
     // What the receivers of every sender show and how many they are.
     void setSenderTally(NDIlib_tally_t tally);
@@ -93,6 +93,9 @@ public:
         int sendersMade = 0;
         int sendersDestroyed = 0;
         int sendsEntered = 0; // of video and audio, held ones included
+        int videoSends = 0;
+        int audioSends = 0;
+        int metadataSends = 0;
         int straySendCalls = 0;
         int overlappingSendCalls = 0;
         std::vector<SenderSettings> senderSettings;

@@ -80,13 +80,10 @@ struct ScriptedNdiSendAccess {
         use.waitWhileHeld();
         auto copy = copyOf(frame); // without the lock, so that calls that overlap are seen
         const std::lock_guard<std::mutex> lock(script.m_mutex);
-        if (!script.m_keepSent)
-            copy = {};
         if constexpr (std::is_same_v<Frame, NDIlib_video_frame_v2_t>)
-            script.m_calls.sentVideo.push_back(std::move(copy));
+            keep(script, std::move(copy), script.m_calls.sentVideo, script.m_calls.videoSends);
         else
-            script.m_calls.sentAudio.push_back(std::move(copy));
-        script.m_changed.notify_all();
+            keep(script, std::move(copy), script.m_calls.sentAudio, script.m_calls.audioSends);
     }
 
     static void sendAsync(NDIlib_send_instance_t sender, const NDIlib_video_frame_v2_t *frame)
@@ -103,7 +100,8 @@ struct ScriptedNdiSendAccess {
         if (script.m_senders.count(sender) == 0)
             ++script.m_calls.straySendCalls;
         else
-            script.m_calls.sentMetadata.push_back({frame.length, frame.timecode, textOf(frame.p_data)});
+            keep(script, ScriptedNdi::SentMetadata{frame.length, frame.timecode, textOf(frame.p_data)},
+                 script.m_calls.sentMetadata, script.m_calls.metadataSends);
     }
 
     static bool tally(NDIlib_send_instance_t sender, NDIlib_tally_t &tally, uint32_t timeout)
@@ -158,17 +156,27 @@ private:
             std::unique_lock<std::mutex> lock(script.m_mutex);
             ++script.m_calls.sendsEntered;
             script.m_changed.notify_all();
-            script.m_changed.wait(lock, [&] { return !script.m_holdSends; });
+            script.m_changed.wait_for(lock, std::chrono::seconds(20), [&] { return !script.m_holdSends; });
         }
 
     private:
         NDIlib_send_instance_t m_sender = nullptr;
     };
 
-    // The lock must be held.
+    // The lock must be held, for the next too.
     static void note(ScriptedNdi &script, ScriptedNdi::SendCall call)
     {
-        script.m_calls.sendCalls.push_back(call);
+        if (script.m_keepSent)
+            script.m_calls.sendCalls.push_back(call);
+        script.m_changed.notify_all();
+    }
+
+    template <typename Sent>
+    static void keep(ScriptedNdi &script, Sent sent, std::vector<Sent> &all, int &count)
+    {
+        ++count;
+        if (script.m_keepSent)
+            all.push_back(std::move(sent));
         script.m_changed.notify_all();
     }
 };
