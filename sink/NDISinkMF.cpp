@@ -125,7 +125,7 @@ HRESULT NDISinkMF::Shutdown()
         return MF_E_SHUTDOWN;
     for (const auto &stream : m_streams)
         stream->Shutdown();
-    SetPresentationClock(nullptr);
+    NDISinkMF::SetPresentationClock(nullptr);
     m_shutDown = true;
     return S_OK;
 }
