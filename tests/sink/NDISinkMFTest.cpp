@@ -401,6 +401,7 @@ TEST_F(NDISinkMFTest, AFlushWaitsForTheFrameThatIsBeingSent)
     ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
     ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendsEntered == 1; }));
     auto flushed = std::async(std::launch::async, [&] { return video->Flush(); });
+    EXPECT_EQ(std::future_status::timeout, flushed.wait_for(std::chrono::milliseconds(20)));
     // More samples are taken meanwhile: the stream's lock is not the sink's.
     ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
     ndi.holdSends(false);
