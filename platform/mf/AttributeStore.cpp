@@ -296,9 +296,17 @@ HRESULT AttributeStore::deleteItem(REFGUID key)
 
 HRESULT AttributeStore::deleteAllItems()
 {
+    // Objects that were values are released without the lock: they may come back to this store.
     std::vector<Item> gone;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_items.swap(gone);
+    }
+    gone.clear();
+    // The storage serves again: pooled samples lose and get their attributes with every frame.
     const std::lock_guard lock(m_mutex);
-    m_items.swap(gone);
+    if (m_items.capacity() == 0)
+        m_items.swap(gone);
     return S_OK;
 }
 
