@@ -108,7 +108,7 @@ HRESULT NDISourceStreamAudio::fillSample(IMFSample *poolSample, const NDIlib_aud
         interleaved.p_data = reinterpret_cast<float *>(bufferLock.buffer());
         NDIlib_util_audio_to_interleaved_32f_v2(&frame, &interleaved);
         // Channels that lie further apart than their samples leave room behind: silence, not an older frame's sound.
-        const auto written = static_cast<size_t>(frame.no_samples * frame.no_channels * floatBytes);
+        const auto written = static_cast<size_t>(frame.no_samples * floatBytes * frame.no_channels);
         std::memset(bufferLock.buffer() + written, 0, frameSize - written);
     }
     buffer->SetCurrentLength(frameSize);

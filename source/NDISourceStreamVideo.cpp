@@ -24,7 +24,7 @@ constexpr auto checkCategory = sourceCategory;
 constexpr DWORD pooledSamples = 5;
 // Beyond any real picture; what a frame claims is allocated, so the claim is bounded.
 constexpr int maxSide = 32768;
-constexpr int64_t maxPixels = 16384 * 16384;
+constexpr int64_t maxPixels = int64_t{16384} * 16384;
 
 NDIlib_video_frame_v2_t defaultFrame()
 {
