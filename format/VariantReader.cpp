@@ -83,12 +83,33 @@ bool hasSimplePattern(QDataStream &stream)
     return stream.status() == QDataStream::Ok && pattern.size() <= maxLength && !pattern.contains(QLatin1Char('{'));
 }
 
-// Qt would take a built-in type by its name as well, and so come to a container past the cases below.
-bool isNamedByItsUser(QDataStream &stream)
+// Qt Qml writes a script's value as whether it is null or undefined and, if it is neither, what it comes to. Its own
+// reader would follow that without bound.
+bool readScriptValue(QDataStream &stream, int nesting, QVariant &value)
+{
+    constexpr quint32 isNull = 1;
+    quint32 absence = 0;
+    stream >> absence;
+    if (stream.status() != QDataStream::Ok)
+        return false;
+    if (absence == 0)
+        return readValue(stream, nesting, value);
+    value = absence == isNull ? QVariant::fromValue(nullptr) : QVariant();
+    return true;
+}
+
+bool readNamedType(QDataStream &stream, qint64 start, int nesting, QVariant &value)
 {
     QByteArray name;
     stream >> name;
-    return stream.status() == QDataStream::Ok && QMetaType::type(name.constData()) >= QMetaType::User;
+    while (name.endsWith('\0'))
+        name.chop(1);
+    if (stream.status() != QDataStream::Ok)
+        return false;
+    if (name == "QJSValue")
+        return readScriptValue(stream, nesting, value);
+    // Qt would take a built-in type by its name as well, and so come to a container past the cases below.
+    return QMetaType::type(name.constData()) >= QMetaType::User && readWithQt(stream, start, value);
 }
 
 bool readElement(QDataStream &stream, int nesting, QVariantList &list)
@@ -179,7 +200,7 @@ bool readValue(QDataStream &stream, int nesting, QVariant &value)
     case QMetaType::QRegExp:
         return hasSimplePattern(stream) && readWithQt(stream, start, value);
     case QMetaType::User:
-        return isNamedByItsUser(stream) && readWithQt(stream, start, value);
+        return readNamedType(stream, start, nesting + 1, value);
     default:
         return isPlain(type) && readWithQt(stream, start, value);
     }

@@ -31,6 +31,8 @@ NDISink::~NDISink() = default;
 void NDISink::destroyMediaObjects()
 {
     m_watcher.cancel();
+    // A result that has come already, but was not heard of, would keep its sender on the network.
+    m_watcher.setFuture(QFuture<AsyncCreationResult>());
     m_sink.Release();
 }
 
@@ -98,13 +100,14 @@ void NDISink::asyncSinkCreated()
     if (m_watcher.isCanceled())
         return;
     const AsyncCreationResult result = m_watcher.result();
+    // First: whoever hears of the status may begin a creation anew.
+    m_watcher.setFuture(QFuture<AsyncCreationResult>());
     if (FAILED(result.hr)) {
         setStatus(Error);
         qCCritical(sinkCategory) << "NDISink initialization failed:" << result.error;
     } else {
         adopt(result);
     }
-    m_watcher.setFuture(QFuture<AsyncCreationResult>());
 }
 
 void NDISink::adopt(const AsyncCreationResult &result)

@@ -15,6 +15,8 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>
 #include <QtCore/QUuid>
+#include <QtQml/QJSEngine>
+#include <QtQml/QJSValue>
 
 #include <gtest/gtest.h>
 
@@ -200,6 +202,28 @@ TEST(MetadataEnvelope, ABuiltInTypeThatComesByItsNameOrWithHighBitsIsRefused)
     const QByteArray high = streamed(
         [](QDataStream &stream) { stream << quint32(0x10000u | QMetaType::QVariantList) << qint8(0) << quint32(0); });
     EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(high)).isValid());
+}
+
+TEST(MetadataEnvelope, AValueOfAScriptComesBackAsWhatItComesTo)
+{
+    QJSEngine engine;
+    const auto decoded = [&](const char *script) {
+        return decodeMetadata(encodeMetadata(QVariant::fromValue(engine.evaluate(QString::fromLatin1(script)))));
+    };
+    EXPECT_EQ(QVariant(QVariantMap{{"a", 1}, {"b", QVariantList{"x", true}}}), decoded("({a: 1, b: ['x', true]})"));
+    EXPECT_EQ(QVariant::fromValue(nullptr), decoded("null"));
+    EXPECT_FALSE(decoded("undefined").isValid());
+}
+
+TEST(MetadataEnvelope, ValuesOfScriptsWithinEachOtherWithoutEndAreRefused)
+{
+    const QJSEngine engine; // makes the type known, as a host's own engine does
+    const QByteArray payload = streamed([](QDataStream &stream) {
+        for (int level = 0; level < 100000; ++level)
+            stream << quint32(QMetaType::User) << qint8(0) << QByteArray("QJSValue\0", 9) << quint32(0);
+        stream << QVariant(1);
+    });
+    EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid());
 }
 
 TEST(MetadataEnvelope, AnUnknownTypeIsRefused)

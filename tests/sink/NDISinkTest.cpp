@@ -324,7 +324,7 @@ TEST_F(NDISinkTest, AReleaseDuringACreationLeavesItsStatusAndDropsTheResult)
     ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendersMade == 1; }));
     node.destroyMediaObjects();
     finishJobs();
-    EXPECT_TRUE(ndi.waitFor([&](const auto &calls) { return calls.sendersMade == 1; }));
+    EXPECT_TRUE(ndi.waitFor([&](const auto &calls) { return calls.sendersDestroyed == 1; }));
     EXPECT_EQ(MediaNode::Creating, node.status());
     EXPECT_FALSE(node.videoInput()->mfNode());
     EXPECT_TRUE(node.takeMfNodes().empty());

@@ -109,6 +109,19 @@ TEST_F(NDISinkVideoStreamTest, ABufferOfASmallerPictureGivesTheLinesThatItHolds)
     EXPECT_EQ(expected, send(bytesSample(part)).picture);
 }
 
+TEST_F(NDISinkVideoStreamTest, ABufferOfAnotherShapeIsNotReadBeyondItsEnds)
+{
+    stream.onMediaTypeChanged(pictureType());
+    for (const bool bottomUp : {false, true}) {
+        const DWORD shapes[][2] = {{128, 10}, {66, 35}, {32, 72}, {16, 4}};
+        for (const auto &[width, height] : shapes) {
+            const auto picture = noise(size_t{width} * 2 * height);
+            const auto sample = pictureSample(picture, width, height, fourCCUYVY, bottomUp);
+            EXPECT_EQ(size_t{64} * 2 * 36, send(sample).picture.size());
+        }
+    }
+}
+
 TEST_F(NDISinkVideoStreamTest, APictureThatCannotBeReadIsTheOneBeforeIt)
 {
     const auto picture = noise(64 * 2 * 36);
