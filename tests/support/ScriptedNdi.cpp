@@ -229,6 +229,7 @@ struct ScriptedNdiAccess {
         ScriptedNdi &script = ScriptedNdi::instance();
         std::unique_lock<std::mutex> lock(script.m_mutex);
         ++script.m_calls.captures;
+        script.m_calls.captureTimeout = timeout;
         script.m_changed.notify_all();
         script.m_changed.wait_for(lock, std::chrono::milliseconds(timeout), [&] { return !script.m_frames.empty(); });
         if (script.m_frames.empty())

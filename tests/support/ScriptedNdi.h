@@ -83,6 +83,7 @@ public:
         int receiversMade = 0;
         int receiversDestroyed = 0;
         int captures = 0;
+        uint32_t captureTimeout = 0; // of the last capture
         int capturedFrames = 0;
         int freedFrames = 0;
         int wrongFrees = 0;
