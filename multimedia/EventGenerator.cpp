@@ -52,8 +52,7 @@ HRESULT CBaseEventGenerator::QueueEvent(MediaEventType type, REFGUID extendedTyp
 
 HRESULT CBaseEventGenerator::Shutdown()
 {
-    m_shutDown = true;
-    return m_queue->Shutdown();
+    return m_shutDown.exchange(true) ? MF_E_SHUTDOWN : m_queue->Shutdown();
 }
 
 HRESULT CBaseEventGenerator::GetShutdownStatus(MFSHUTDOWN_STATUS *status)

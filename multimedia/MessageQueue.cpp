@@ -11,6 +11,7 @@
 #include <mfobjects.h>
 
 #include <mutex>
+#include <thread>
 
 namespace tvx
 {
@@ -41,6 +42,33 @@ void run(const Item &item)
     }
 }
 
+// Gives a work queue back on another thread than the queue's own: the system may wait for what the queue runs.
+class QueueReturn : public IMFAsyncCallback, public CUnknown
+{
+public:
+    static void start(DWORD workQueue)
+    {
+        const CComPtr<QueueReturn> giveBack(new QueueReturn(workQueue));
+        // Fails when the platform is shut down, which takes the work queue with it.
+        MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_MULTITHREADED, giveBack, nullptr);
+    }
+
+    DECLARE_IUNKNOWN
+    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void **out) override
+    {
+        if (IsEqualIID(iid, __uuidof(IMFAsyncCallback)))
+            return GetInterface(static_cast<IMFAsyncCallback *>(this), out);
+        return CUnknown::NonDelegatingQueryInterface(iid, out);
+    }
+    HRESULT STDMETHODCALLTYPE GetParameters(DWORD *, DWORD *) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *) override { return MFUnlockWorkQueue(m_workQueue); }
+
+private:
+    explicit QueueReturn(DWORD workQueue) : CUnknown(L"QueueReturn", nullptr), m_workQueue(workQueue) {}
+
+    const DWORD m_workQueue;
+};
+
 } // namespace
 
 // The items, and at most one work item under way that runs the first of them and puts itself again while there are
@@ -60,7 +88,11 @@ public:
     ~Impl()
     {
         m_step->forget();
-        if (m_private)
+        if (!m_private)
+            return;
+        if (m_thread == std::this_thread::get_id())
+            QueueReturn::start(m_workQueue);
+        else
             MFUnlockWorkQueue(m_workQueue);
     }
 
@@ -114,6 +146,7 @@ private:
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         {
+            m_thread = std::this_thread::get_id();
             const Item item = m_items.takeFront();
             lock.unlock();
             run(item);
@@ -135,6 +168,7 @@ private:
     std::mutex m_mutex;
     RingBuffer<Item> m_items;         // guarded by m_mutex
     std::shared_ptr<Impl> m_underWay; // set while a work item is; guarded by m_mutex
+    std::thread::id m_thread;         // that ran an item last; guarded by m_mutex
 };
 
 MFMessageQueue::MFMessageQueue(Type type, DWORD priority) : m_impl(std::make_shared<Impl>(type, priority)) {}

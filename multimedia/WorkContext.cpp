@@ -1,7 +1,7 @@
 #include "multimedia/WorkContext.h"
 
-CComPtr<IUnknown> &WorkContext::slot()
+IUnknown *&WorkContext::slot()
 {
-    static thread_local CComPtr<IUnknown> context;
+    static thread_local IUnknown *context = nullptr;
     return context;
 }

@@ -2,8 +2,6 @@
 
 #include "hostfw/ComPtr.h"
 
-#include <utility>
-
 // What the work that runs now belongs to. An item pushed onto a message queue inherits the context of the code that
 // pushed it, so a context is referenced exactly as long as the work that derives from its beginning is running or
 // waiting.
@@ -17,15 +15,17 @@ public:
     class Scope
     {
     public:
-        explicit Scope(IUnknown *context) : m_outer(context) { std::swap(m_outer, slot()); }
+        explicit Scope(IUnknown *context) : m_context(context), m_outer(slot()) { slot() = context; }
         Scope(const Scope &) = delete;
         Scope &operator=(const Scope &) = delete;
-        ~Scope() { std::swap(m_outer, slot()); }
+        ~Scope() { slot() = m_outer; }
 
     private:
-        CComPtr<IUnknown> m_outer;
+        const CComPtr<IUnknown> m_context;
+        IUnknown *const m_outer; // held by the scope around this one
     };
 
 private:
-    static CComPtr<IUnknown> &slot();
+    // No owner: not every system still has a thread's variables when it runs their destructors.
+    static IUnknown *&slot();
 };

@@ -108,19 +108,6 @@ TEST_F(AttributesComparison, IsByValueForBytesNumbersAndIdentifiers)
     EXPECT_FALSE(matches(ours, theirs, MF_ATTRIBUTES_MATCH_ALL_ITEMS));
 }
 
-TEST_F(AttributesComparison, IsByIdentityForObjects)
-{
-    const CComPtr<IUnknown> object(new PlainObject);
-    const CComPtr<IUnknown> other(new PlainObject);
-    const auto ours = storeOf({});
-    const auto theirs = storeOf({});
-    ours->SetUnknown(keys[0], object);
-    theirs->SetUnknown(keys[0], object);
-    EXPECT_TRUE(matches(ours, theirs, MF_ATTRIBUTES_MATCH_ALL_ITEMS));
-    theirs->SetUnknown(keys[0], other);
-    EXPECT_FALSE(matches(ours, theirs, MF_ATTRIBUTES_MATCH_ALL_ITEMS));
-}
-
 TEST_F(AttributesComparison, TellsTypesApart)
 {
     const auto ours = storeOf({{0, 1}});

@@ -1,4 +1,5 @@
-// What the documentation leaves open and the native platform promises: values without content equal nothing.
+// What the documentation leaves open and the native platform promises (values without content equal nothing, an object
+// that goes finds itself gone from the store), and what is documented and not kept by every system.
 
 #include "tests/platform/DataSupport.h"
 
@@ -59,4 +60,45 @@ TEST_F(AttributesNative, EqualNoBytesAtANullPointer)
     value.vt = VT_VECTOR | VT_UI1;
     value.caub.cElems = 2;
     EXPECT_FALSE(comparesEqual(store, value));
+}
+
+TEST_F(AttributesNative, TakeNoItemsOfForeignTypes)
+{
+    for (const VARTYPE type : {VT_I4, VT_BOOL, VT_R4, VT_I8, VT_UI1}) {
+        PROPVARIANT item;
+        PropVariantInit(&item);
+        item.vt = type;
+        EXPECT_EQ(store->SetItem(key, item), MF_E_INVALIDTYPE) << type;
+    }
+    UINT32 count = 99;
+    EXPECT_EQ(store->GetCount(&count), S_OK);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST_F(AttributesNative, MayLoseAnObjectThatLooksIntoThem)
+{
+    UINT32 seen = 99;
+    const CComPtr<IMFAttributes> kept(store);
+    {
+        const CComPtr<IUnknown> object(new PlainObject([&] { kept->GetCount(&seen); }));
+        ASSERT_EQ(store->SetUnknown(key, object), S_OK);
+    }
+    EXPECT_EQ(store->DeleteItem(key), S_OK);
+    EXPECT_EQ(seen, 0U);
+}
+
+TEST_F(AttributesNative, EqualObjectsByIdentity)
+{
+    const CComPtr<IUnknown> object(new PlainObject);
+    const CComPtr<IUnknown> other(new PlainObject);
+    CComPtr<IMFAttributes> theirs;
+    ASSERT_EQ(MFCreateAttributes(&theirs, 0), S_OK);
+    store->SetUnknown(key, object);
+    theirs->SetUnknown(key, object);
+    BOOL same = FALSE;
+    EXPECT_EQ(store->Compare(theirs, MF_ATTRIBUTES_MATCH_ALL_ITEMS, &same), S_OK);
+    EXPECT_TRUE(same);
+    theirs->SetUnknown(key, other);
+    EXPECT_EQ(store->Compare(theirs, MF_ATTRIBUTES_MATCH_ALL_ITEMS, &same), S_OK);
+    EXPECT_FALSE(same);
 }

@@ -231,17 +231,6 @@ TEST_F(Attributes, TakeAndGiveItemsOfAnyType)
     EXPECT_EQ(store->GetItem(key, nullptr), S_OK);
 }
 
-TEST_F(Attributes, TakeNoItemsOfForeignTypes)
-{
-    for (const VARTYPE type : {VT_I4, VT_BOOL, VT_R4, VT_I8, VT_UI1}) {
-        PROPVARIANT item;
-        PropVariantInit(&item);
-        item.vt = type;
-        EXPECT_EQ(store->SetItem(key, item), MF_E_INVALIDTYPE) << type;
-    }
-    EXPECT_EQ(count(), 0U);
-}
-
 TEST_F(Attributes, TellWhetherAnItemHasAValue)
 {
     ASSERT_EQ(store->SetUINT32(key, 7), S_OK);
@@ -272,19 +261,6 @@ TEST_F(Attributes, ForgetItems)
     EXPECT_EQ(store->DeleteItem(key), S_OK);
     EXPECT_EQ(store->DeleteAllItems(), S_OK);
     EXPECT_EQ(count(), 0U);
-}
-
-TEST_F(Attributes, MayLoseAnObjectThatLooksIntoThem)
-{
-    UINT32 seen = 99;
-    const CComPtr<IMFAttributes> kept(store);
-    {
-        const CComPtr<IUnknown> object(new PlainObject([&] { kept->GetCount(&seen); }));
-        ASSERT_EQ(store->SetUnknown(key, object), S_OK);
-        ASSERT_EQ(store->SetUINT32(otherKey, 8), S_OK);
-    }
-    EXPECT_EQ(store->DeleteItem(key), S_OK);
-    EXPECT_EQ(seen, 1U);
 }
 
 TEST_F(Attributes, AreCountedByIndex)

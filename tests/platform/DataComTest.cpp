@@ -55,12 +55,6 @@ TEST(Apartment, IsEachThreadsOwn)
     });
 }
 
-TEST(Apartment, TakesNoReservedArgument)
-{
-    int something = 0;
-    EXPECT_EQ(CoInitializeEx(&something, COINIT_MULTITHREADED), E_INVALIDARG);
-}
-
 TEST(Identifier, IsRandomByTheStandard)
 {
     GUID first = {};

@@ -72,7 +72,6 @@ TEST_F(DeviceManager, KnowsItsHandlesOnly)
     void *service = nullptr;
     EXPECT_EQ(manager->GetVideoService(handle, __uuidof(ID3D11Device), &service), E_HANDLE);
     EXPECT_EQ(manager->LockDevice(handle, __uuidof(ID3D11Device), &service, FALSE), E_HANDLE);
-    EXPECT_EQ(manager->UnlockDevice(handle, FALSE), E_HANDLE);
 }
 
 TEST_F(DeviceManager, TellsHandlesOfAFormerDevice)

@@ -43,6 +43,17 @@ TEST_F(SampleNative, CopiesAPictureAsAWhole)
     EXPECT_EQ(contentOf(destination), countingBytes(32));
 }
 
+TEST_F(SampleNative, CopiesAPictureWhoseLengthIsSet)
+{
+    CComPtr<IMFMediaBuffer> picture;
+    ASSERT_EQ(sample->GetBufferByIndex(0, &picture), S_OK);
+    ASSERT_EQ(picture->SetCurrentLength(32), S_OK);
+    CComPtr<IMFMediaBuffer> destination;
+    ASSERT_EQ(MFCreateMemoryBuffer(32, &destination), S_OK);
+    EXPECT_EQ(sample->CopyToBuffer(destination), S_OK);
+    EXPECT_EQ(contentOf(destination), countingBytes(32));
+}
+
 TEST_F(SampleNative, CopiesNoPictureThatDoesNotFit)
 {
     CComPtr<IMFMediaBuffer> destination;
@@ -58,4 +69,9 @@ TEST_F(SampleNative, JoinsPicturesWithOtherBytes)
     Bytes expected = countingBytes(32);
     expected.insert(expected.end(), {1, 2, 3});
     EXPECT_EQ(contentOf(joined), expected);
+}
+
+TEST_F(SampleNative, TakesNoNullForABuffer)
+{
+    EXPECT_EQ(sample->AddBuffer(nullptr), E_INVALIDARG);
 }

@@ -1,6 +1,5 @@
 #include "tests/platform/DataSupport.h"
 
-#include <d3d9types.h>
 #include <evr.h>
 #include <mfidl.h>
 
@@ -87,11 +86,6 @@ TEST_F(Sample, HoldsBuffersInOrder)
     EXPECT_EQ(sample->GetBufferByIndex(2, &none), E_INVALIDARG);
 }
 
-TEST_F(Sample, TakesNoNullForABuffer)
-{
-    EXPECT_EQ(sample->AddBuffer(nullptr), E_INVALIDARG);
-}
-
 TEST_F(Sample, LetsBuffersGo)
 {
     const auto first = memoryBuffer({1});
@@ -163,18 +157,4 @@ TEST_F(Sample, IsNotCopiedToABufferThatIsTooSmall)
     CComPtr<IMFMediaBuffer> destination;
     ASSERT_EQ(MFCreateMemoryBuffer(2, &destination), S_OK);
     EXPECT_EQ(sample->CopyToBuffer(destination), MF_E_BUFFERTOOSMALL);
-}
-
-TEST_F(Sample, IsCopiedFromAPicture)
-{
-    CComPtr<IMFMediaBuffer> picture;
-    ASSERT_EQ(MFCreate2DMediaBuffer(4, 2, static_cast<DWORD>(D3DFMT_X8R8G8B8), FALSE, &picture), S_OK);
-    const Bytes content = countingBytes(32);
-    ASSERT_EQ(faceOf<IMF2DBuffer>(picture)->ContiguousCopyFrom(content.data(), 32), S_OK);
-    picture->SetCurrentLength(32);
-    sample->AddBuffer(picture);
-    CComPtr<IMFMediaBuffer> destination;
-    ASSERT_EQ(MFCreateMemoryBuffer(32, &destination), S_OK);
-    EXPECT_EQ(sample->CopyToBuffer(destination), S_OK);
-    EXPECT_EQ(contentOf(destination), content);
 }

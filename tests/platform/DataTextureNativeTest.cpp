@@ -1,4 +1,5 @@
-// Formats of video, which software renderers of the system need not have, and what this device cannot do.
+// Formats of video, which software renderers of the system need not have, what is documented and not refused by every
+// system, and what this device cannot do.
 
 #include "tests/platform/TextureSupport.h"
 
@@ -25,6 +26,16 @@ protected:
         }
         context->Unmap(texture, 0);
         return content;
+    }
+};
+
+class DeviceLimits : public DeviceTest
+{
+protected:
+    HRESULT create(const D3D11_TEXTURE2D_DESC &description)
+    {
+        CComPtr<ID3D11Texture2D> texture;
+        return device->CreateTexture2D(&description, nullptr, &texture);
     }
 };
 
@@ -132,6 +143,26 @@ TEST_F(VideoTexture, OfDynamicUsageIsMappedToBeDiscarded)
     context->Unmap(texture, 0);
 }
 
+TEST_F(DeviceLimits, MakesNoTexturesThatAreTooLarge)
+{
+    EXPECT_EQ(create(plainTexture(16385, 16)), E_INVALIDARG);
+    EXPECT_EQ(create(plainTexture(16, 16385)), E_INVALIDARG);
+}
+
+TEST_F(DeviceLimits, ChecksADescriptionWithoutMakingATexture)
+{
+    const auto description = plainTexture(16, 16);
+    EXPECT_EQ(device->CreateTexture2D(&description, nullptr, nullptr), S_FALSE);
+}
+
+TEST(DeviceNative, IsNotMadeForAnotherInterfaceVersion)
+{
+    CComPtr<ID3D11Device> other;
+    EXPECT_EQ(D3D11CreateDevice(nullptr, D3D_DRIVER_TYPE_WARP, nullptr, 0, nullptr, 0, D3D11_SDK_VERSION + 1, &other,
+                                nullptr, nullptr),
+              E_INVALIDARG);
+}
+
 TEST(DeviceNative, OffersLevel11AndVideoFormats)
 {
     D3D_FEATURE_LEVEL level = D3D_FEATURE_LEVEL_9_1;
@@ -176,6 +207,8 @@ TEST(DeviceNative, HasOneLockForDeviceAndContext)
     ofDevice->Enter();
     ofDevice->Leave();
     ofContext->Leave();
+    EXPECT_TRUE(ofContext->SetMultithreadProtected(FALSE));
+    EXPECT_FALSE(ofDevice->GetMultithreadProtected());
 }
 
 TEST(DeviceNative, DrawsNothing)

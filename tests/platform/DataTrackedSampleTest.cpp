@@ -22,6 +22,40 @@ CComPtr<IMFSample> sampleOf(IMFAsyncResult *result)
     return object ? faceOf<IMFSample>(object) : CComPtr<IMFSample>();
 }
 
+// Where samples come back to: on the thread that lets go of them or on another.
+class ReturnedSamples
+{
+public:
+    const CComPtr<IMFAsyncCallback> allocator{new Callback([this](IMFAsyncResult *result) { add(sampleOf(result)); })};
+
+    int count()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_count;
+    }
+    // The next that comes back; null when none does.
+    CComPtr<IMFSample> take()
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait_for(lock, patience, [this] { return m_last; });
+        return std::move(m_last);
+    }
+
+private:
+    void add(CComPtr<IMFSample> sample)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_count;
+        m_last = std::move(sample);
+        m_changed.notify_all();
+    }
+
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_count = 0;
+    CComPtr<IMFSample> m_last;
+};
+
 class TrackedSample : public StartedPlatform
 {
 };
@@ -61,26 +95,16 @@ TEST_F(TrackedSample, GoesWithoutAnAllocator)
 
 TEST_F(TrackedSample, ComesBackToItsAllocatorAlive)
 {
-    int calls = 0;
-    CComPtr<IMFSample> returned;
-    const CComPtr<IUnknown> state(new PlainObject);
-    const CComPtr<IMFAsyncCallback> allocator(new Callback([&](IMFAsyncResult *result) {
-        ++calls;
-        returned = sampleOf(result);
-        CComPtr<IUnknown> stateOfResult;
-        EXPECT_EQ(result->GetState(&stateOfResult), S_OK);
-        EXPECT_EQ(stateOfResult.p, state.p);
-        EXPECT_EQ(result->GetStatus(), S_OK);
-    }));
+    ReturnedSamples samples;
     {
         const auto tracked = trackedSample();
         const auto sample = faceOf<IMFSample>(tracked);
         sample->SetSampleTime(123);
         sample->AddBuffer(memoryBuffer({1, 2}));
-        EXPECT_EQ(tracked->SetAllocator(allocator, state), S_OK);
-        EXPECT_EQ(calls, 0);
+        EXPECT_EQ(tracked->SetAllocator(samples.allocator, nullptr), S_OK);
+        EXPECT_EQ(samples.count(), 0);
     }
-    EXPECT_EQ(calls, 1);
+    const auto returned = samples.take();
     ASSERT_TRUE(returned);
     LONGLONG time = 0;
     EXPECT_EQ(returned->GetSampleTime(&time), S_OK);
@@ -92,19 +116,21 @@ TEST_F(TrackedSample, ComesBackToItsAllocatorAlive)
 
 TEST_F(TrackedSample, ComesBackOncePerSetting)
 {
-    int calls = 0;
-    CComPtr<IMFSample> returned;
-    const CComPtr<IMFAsyncCallback> allocator(new Callback([&](IMFAsyncResult *result) {
-        ++calls;
-        returned = sampleOf(result);
-    }));
-    EXPECT_EQ(trackedSample()->SetAllocator(allocator, nullptr), S_OK);
-    EXPECT_EQ(calls, 1);
-    EXPECT_EQ(faceOf<IMFTrackedSample>(returned)->SetAllocator(allocator, nullptr), S_OK);
+    ReturnedSamples samples;
+    Gate gone;
+    {
+        const auto tracked = trackedSample();
+        const CComPtr<IUnknown> object(new PlainObject([&] { gone.open(); }));
+        faceOf<IMFSample>(tracked)->SetUnknown(MFSampleExtension_Discontinuity, object);
+        EXPECT_EQ(tracked->SetAllocator(samples.allocator, nullptr), S_OK);
+    }
+    auto returned = samples.take();
+    ASSERT_TRUE(returned);
+    EXPECT_EQ(faceOf<IMFTrackedSample>(returned)->SetAllocator(samples.allocator, nullptr), S_OK);
     returned.Release();
-    EXPECT_EQ(calls, 2);
-    returned.Release();
-    EXPECT_EQ(calls, 2);
+    ASSERT_TRUE(samples.take());
+    EXPECT_TRUE(gone.wait());
+    EXPECT_EQ(samples.count(), 2);
 }
 
 TEST_F(TrackedSample, HasOneAllocatorAtATime)
@@ -117,27 +143,37 @@ TEST_F(TrackedSample, HasOneAllocatorAtATime)
 
 TEST_F(TrackedSample, LetsAllocatorAndStateGoAfterItCameBack)
 {
-    bool isCallbackGone = false;
-    bool isStateGone = false;
-    CComPtr<IMFSample> returned;
+    Gate callbackGone;
+    Gate stateGone;
+    Gate returned;
+    CComPtr<IMFSample> sample;
     {
-        const CComPtr<IUnknown> state(new PlainObject([&] { isStateGone = true; }));
+        const CComPtr<IUnknown> state(new PlainObject([&] { stateGone.open(); }));
         const CComPtr<IMFAsyncCallback> allocator(new Callback(
-            [&](IMFAsyncResult *result) { returned = sampleOf(result); }, 0, [&] { isCallbackGone = true; }));
+            [&](IMFAsyncResult *result) {
+                sample = sampleOf(result);
+                returned.open();
+            },
+            0, [&] { callbackGone.open(); }));
         EXPECT_EQ(trackedSample()->SetAllocator(allocator, state), S_OK);
     }
-    EXPECT_TRUE(returned);
-    EXPECT_TRUE(isCallbackGone);
-    EXPECT_TRUE(isStateGone);
+    ASSERT_TRUE(returned.wait());
+    EXPECT_TRUE(sample);
+    EXPECT_TRUE(callbackGone.wait());
+    EXPECT_TRUE(stateGone.wait());
 }
 
 TEST_F(TrackedSample, LeavesItsResultUsableAsLongAsItIsHeld)
 {
-    CComPtr<IMFAsyncResult> held;
+    Record<CComPtr<IMFAsyncResult>> results;
     const CComPtr<IUnknown> state(new PlainObject);
-    const CComPtr<IMFAsyncCallback> allocator(new Callback([&](IMFAsyncResult *result) { held = result; }));
+    const CComPtr<IMFAsyncCallback> allocator(new Callback([&](IMFAsyncResult *result) {
+        EXPECT_EQ(result->GetStatus(), S_OK);
+        results.add(CComPtr<IMFAsyncResult>(result));
+    }));
     EXPECT_EQ(trackedSample()->SetAllocator(allocator, state), S_OK);
-    ASSERT_TRUE(held);
+    ASSERT_TRUE(results.waitFor(1));
+    const CComPtr<IMFAsyncResult> held = results.entries().front();
     EXPECT_TRUE(sampleOf(held));
     CComPtr<IUnknown> stateOfResult;
     EXPECT_EQ(held->GetState(&stateOfResult), S_OK);
@@ -150,21 +186,17 @@ TEST_F(TrackedSample, LeavesItsResultUsableAsLongAsItIsHeld)
 TEST_F(TrackedSample, CirculatesBetweenThreads)
 {
     constexpr int rounds = 500;
-    std::atomic<int> calls{0};
-    CComPtr<IMFSample> returned;
-    const CComPtr<IMFAsyncCallback> allocator(new Callback([&](IMFAsyncResult *result) {
-        returned = sampleOf(result);
-        ++calls;
-    }));
+    ReturnedSamples samples;
     CComPtr<IMFSample> sample = faceOf<IMFSample>(trackedSample());
     for (int round = 0; round < rounds; ++round) {
-        ASSERT_EQ(faceOf<IMFTrackedSample>(sample)->SetAllocator(allocator, nullptr), S_OK);
+        ASSERT_EQ(faceOf<IMFTrackedSample>(sample)->SetAllocator(samples.allocator, nullptr), S_OK);
         // Either thread may be the one that lets go last.
         CComPtr<IMFSample> theirs(sample);
         std::thread other([&theirs] { theirs.Release(); });
         sample.Release();
         other.join();
-        ASSERT_EQ(calls, round + 1);
-        sample = std::move(returned);
+        sample = samples.take();
+        ASSERT_TRUE(sample);
+        ASSERT_EQ(samples.count(), round + 1);
     }
 }

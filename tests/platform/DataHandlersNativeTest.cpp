@@ -1,0 +1,50 @@
+// Results that are documented and not given by every system.
+
+#include "tests/platform/TextureSupport.h"
+
+#include <mfidl.h>
+
+#include <objbase.h>
+
+namespace
+{
+
+CComPtr<IMFMediaType> videoType(const GUID &subtype)
+{
+    CComPtr<IMFMediaType> type;
+    EXPECT_EQ(MFCreateMediaType(&type), S_OK);
+    EXPECT_EQ(type->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video), S_OK);
+    EXPECT_EQ(type->SetGUID(MF_MT_SUBTYPE, subtype), S_OK);
+    return type;
+}
+
+using SimpleTypeHandlerNative = StartedPlatform;
+using DeviceManagerNative = DeviceTest;
+
+} // namespace
+
+TEST_F(SimpleTypeHandlerNative, SupportsNoTypeButItsOwn)
+{
+    CComPtr<IMFMediaTypeHandler> handler;
+    ASSERT_EQ(MFCreateSimpleTypeHandler(&handler), S_OK);
+    ASSERT_EQ(handler->SetCurrentMediaType(videoType(MFVideoFormat_NV12)), S_OK);
+    EXPECT_EQ(handler->IsMediaTypeSupported(videoType(MFVideoFormat_UYVY), nullptr), MF_E_INVALIDMEDIATYPE);
+}
+
+TEST_F(DeviceManagerNative, UnlocksForItsHandlesOnly)
+{
+    UINT token = 0;
+    CComPtr<IMFDXGIDeviceManager> manager;
+    ASSERT_EQ(MFCreateDXGIDeviceManager(&token, &manager), S_OK);
+    ASSERT_EQ(manager->ResetDevice(device, token), S_OK);
+    HANDLE handle = nullptr;
+    ASSERT_EQ(manager->OpenDeviceHandle(&handle), S_OK);
+    ASSERT_EQ(manager->CloseDeviceHandle(handle), S_OK);
+    EXPECT_EQ(manager->UnlockDevice(handle, FALSE), E_HANDLE);
+}
+
+TEST(ApartmentNative, TakesNoReservedArgument)
+{
+    int something = 0;
+    EXPECT_EQ(CoInitializeEx(&something, COINIT_MULTITHREADED), E_INVALIDARG);
+}

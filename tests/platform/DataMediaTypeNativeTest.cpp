@@ -1,0 +1,42 @@
+// What is documented of comparing media types and not kept by every system.
+
+#include "tests/platform/DataSupport.h"
+
+namespace
+{
+
+CComPtr<IMFMediaType> nv12Type()
+{
+    CComPtr<IMFMediaType> type;
+    EXPECT_EQ(MFCreateMediaType(&type), S_OK);
+    EXPECT_EQ(type->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video), S_OK);
+    EXPECT_EQ(type->SetGUID(MF_MT_SUBTYPE, MFVideoFormat_NV12), S_OK);
+    return type;
+}
+
+class MediaTypeNative : public StartedPlatform
+{
+};
+
+} // namespace
+
+TEST_F(MediaTypeNative, DiffersInUserDataAlone)
+{
+    const UINT8 bytes[] = {1, 2, 3};
+    const auto type = nv12Type();
+    const auto other = nv12Type();
+    type->SetBlob(MF_MT_USER_DATA, bytes, 3);
+    other->SetBlob(MF_MT_USER_DATA, bytes, 2);
+    DWORD flags = 0;
+    EXPECT_EQ(type->IsEqual(other, &flags), S_FALSE);
+    EXPECT_EQ(flags, static_cast<DWORD>(MF_MEDIATYPE_EQUAL_MAJOR_TYPES | MF_MEDIATYPE_EQUAL_FORMAT_TYPES |
+                                        MF_MEDIATYPE_EQUAL_FORMAT_DATA));
+    other->SetBlob(MF_MT_USER_DATA, bytes, 3);
+    EXPECT_EQ(type->IsEqual(other, &flags), S_OK);
+}
+
+TEST_F(MediaTypeNative, CannotBeComparedToNothing)
+{
+    DWORD flags = 0;
+    EXPECT_EQ(nv12Type()->IsEqual(nullptr, &flags), E_INVALIDARG);
+}
