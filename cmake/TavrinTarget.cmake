@@ -21,7 +21,7 @@ endfunction()
 
 # tavrin_add_test(NAME SOURCES... [LIBRARIES...]): one GoogleTest program, run once as one ctest entry.
 function(tavrin_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES;ENVIRONMENT")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})
   tavrin_target(${name})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest GTest::gmock)
@@ -30,8 +30,21 @@ function(tavrin_add_test name)
   endif()
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
-  # GTEST_BRIEF: of a program that fails, ctest shows the tests that failed, not the hundreds that passed.
-  set_tests_properties(${name} PROPERTIES ENVIRONMENT "GTEST_BRIEF=1;${arg_ENVIRONMENT}")
+  # Of a program that fails, ctest shows the tests that failed, not the hundreds that passed.
+  set_tests_properties(${name} PROPERTIES ENVIRONMENT "GTEST_BRIEF=1")
+endfunction()
+
+# tavrin_run_with_local_ndi(TEST): the loader finds this tree's NDI runtime when the test runs.
+function(tavrin_run_with_local_ndi test)
+  if(NOT WIN32)
+    set(search_path LD_LIBRARY_PATH)
+  elseif(CMAKE_CROSSCOMPILING)
+    set(search_path WINEPATH)
+  else()
+    set(search_path PATH)
+  endif()
+  set_property(TEST ${test} APPEND PROPERTY
+    ENVIRONMENT_MODIFICATION "${search_path}=path_list_prepend:${TAVRIN_NDI_DIR}")
 endfunction()
 
 # tavrin_link_ndi(NAME): links the NDI runtime without saying where it is. The loader's search path decides whether the

@@ -61,6 +61,8 @@ void onSignal(int)
 
 #ifdef Q_OS_WIN
 
+const char *const NdiRuntimeFile = "Processing.NDI.Lib.x64.dll";
+
 Interrupt::Interrupt(QObject *parent) : QObject(parent)
 {
     interrupts = 0;
@@ -80,6 +82,8 @@ bool isTerminal()
 }
 
 #else
+
+const char *const NdiRuntimeFile = "libndi.so.6";
 
 Interrupt::Interrupt(QObject *parent) : QObject(parent)
 {

@@ -19,6 +19,9 @@ Q_SIGNALS:
     void interrupted();
 };
 
+// The file that the system's loader looks for when the module is loaded.
+extern const char *const NdiRuntimeFile;
+
 // Whether standard output is a terminal, on which a line can be written over.
 bool isTerminal();
 

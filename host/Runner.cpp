@@ -1,5 +1,6 @@
 #include "host/Runner.h"
 
+#include "host/Console.h"
 #include "host/Report.h"
 #include "host/graph/Graph.h"
 #include "host/monitor/Monitor.h"
@@ -8,6 +9,7 @@
 #include <QtCore/QDir>
 #include <QtCore/QFileInfo>
 #include <QtCore/QJsonDocument>
+#include <QtCore/QLibrary>
 #include <QtCore/QThreadPool>
 #include <QtCore/QUrl>
 #include <QtQml/QQmlComponent>
@@ -42,9 +44,11 @@ QString advice(const QString &error)
 {
     if (!error.contains(QLatin1String("plugin cannot be loaded")))
         return {};
-    if (error.contains(QLatin1String("libndi")) || error.contains(QLatin1String("Processing.NDI")))
-        return QStringLiteral("The NDI runtime is missing. Install the vendor's, or put the folder of this project's "
-                              "local runtime (ndi-local in the build folder) on the loader's search path.");
+    // Not every loader names the file that it missed.
+    if (!QLibrary(QString::fromLatin1(NdiRuntimeFile)).load())
+        return QStringLiteral("The NDI runtime (%1) is missing. Install the vendor's, or put the folder of this "
+                              "project's local runtime (ndi-local) on the loader's search path.")
+            .arg(QLatin1String(NdiRuntimeFile));
     return QStringLiteral("The module's library is there, but one that it needs is not; the file is named above.");
 }
 

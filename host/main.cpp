@@ -21,6 +21,8 @@ constexpr int MaxPoolThreads = 64;
 
 int main(int argc, char **argv)
 {
+    // Messages belong where the shell sends them; Windows and the journal would get them instead of a pipe or a file.
+    qputenv("QT_FORCE_STDERR_LOGGING", "1");
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("tavrin-host"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TAVRIN_VERSION));

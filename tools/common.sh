@@ -68,3 +68,22 @@ build() {
         { grep -E -A 12 'error|FAILED' "$(log_file "build-$preset")" | head -n 80 >&2
             fail "building build/$preset failed; its output is in $(log_file "build-$preset")"; }
 }
+
+wine_packages=(wine wine64 xvfb xauth libgl1-mesa-dri)
+wine_reason="Wine, a display without a screen and Mesa's software renderer, for the Windows build"
+
+# Everything that the preset windows builds with and runs on.
+need_windows() {
+    local -a options=()
+    [ "${allow_install:-yes}" = yes ] || options+=(--no-install)
+    need "$wine_reason" "${wine_packages[@]}"
+    "$root/tools/windows-libraries" "${options[@]}"
+}
+
+# with_wine COMMAND...: in the tree's root, with Direct3D on a display of its own; nothing of Wine is left running.
+with_wine() (
+    cd "$root"
+    export WINEPREFIX=$root/build/windows/wine-prefix LIBGL_ALWAYS_SOFTWARE=1
+    trap 'WINEDEBUG=-all wineserver -k || true' EXIT
+    xvfb-run --auto-servernum --server-args="-screen 0 1280x720x24 -nolisten tcp" "$@"
+)

@@ -15,8 +15,7 @@ namespace ipc = boost::interprocess;
 std::shared_ptr<FrameMemory> map(const std::filesystem::path &file, ipc::mode_t fileMode, ipc::mode_t regionMode)
 {
     try {
-        const ipc::file_mapping mapping(file.string().c_str(), fileMode);
-        return std::make_shared<FrameMemory>(ipc::mapped_region(mapping, regionMode));
+        return std::make_shared<FrameMemory>(ipc::file_mapping(file.string().c_str(), fileMode), regionMode);
     } catch (const ipc::interprocess_exception &) {
         return nullptr;
     }
@@ -38,7 +37,7 @@ std::shared_ptr<FrameMemory> FrameMemory::open(const std::filesystem::path &file
 
 void FrameMemory::discardWrites()
 {
-    system::discardPrivateWrites(m_region.get_address(), m_region.get_size());
+    m_spoilt = !system::discardPrivateWrites(m_region, m_file);
 }
 
 } // namespace localndi

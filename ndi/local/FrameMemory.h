@@ -1,7 +1,9 @@
 #pragma once
 
+#include <boost/interprocess/file_mapping.hpp>
 #include <boost/interprocess/mapped_region.hpp>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -22,15 +24,22 @@ public:
     // For a receiver: the file of a sender. Null when it is gone.
     static std::shared_ptr<FrameMemory> open(const std::filesystem::path &file);
 
-    explicit FrameMemory(boost::interprocess::mapped_region region) : m_region(std::move(region)) {}
+    FrameMemory(boost::interprocess::file_mapping file, boost::interprocess::mode_t mode)
+        : m_file(std::move(file)), m_region(m_file, mode)
+    {
+    }
 
     std::uint8_t *data() const { return static_cast<std::uint8_t *>(m_region.get_address()); }
     std::size_t size() const { return m_region.get_size(); }
-    // The receiver's own changes must not cover the sender's next frame.
+    // The receiver's own changes must not cover the sender's next frame. May move data().
     void discardWrites();
+    // Whether they do all the same: the file has to be mapped anew.
+    bool isSpoilt() const { return m_spoilt; }
 
 private:
+    boost::interprocess::file_mapping m_file;
     boost::interprocess::mapped_region m_region;
+    std::atomic<bool> m_spoilt{false};
 };
 
 } // namespace localndi

@@ -44,7 +44,7 @@ std::shared_ptr<FrameMemory> SlotMappings::find(const SlotPlace &place)
     if (place.index >= maximumIndex)
         return nullptr;
     auto &mapping = m_mappings[{place.kind, place.index}];
-    if (mapping.memory == nullptr || mapping.generation != place.generation) {
+    if (mapping.memory == nullptr || mapping.memory->isSpoilt() || mapping.generation != place.generation) {
         mapping.memory = FrameMemory::open(m_registry.frameFile(m_stem, place.kind, place.index, place.generation));
         mapping.generation = place.generation;
     }

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/interprocess/file_mapping.hpp>
+#include <boost/interprocess/mapped_region.hpp>
 
 #include <cstddef>
 #include <cstdint>
@@ -18,8 +20,9 @@ std::filesystem::path privateFolder();
 // to a mapping of it cannot fail later.
 bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size);
 
-// Drops what this process wrote to a copy-on-write mapping: it reads as the file again.
-void discardPrivateWrites(void *address, std::size_t size);
+// Drops what this process wrote to a copy-on-write mapping of the whole file: it reads as the file again, at another
+// address perhaps. False when it cannot be; the mapping is as it was then.
+bool discardPrivateWrites(boost::interprocess::mapped_region &region, const boost::interprocess::file_mapping &file);
 
 // Lets a listener take its port over from one that has just gone, but not from one that still listens.
 void allowPortReuse(boost::asio::ip::tcp::acceptor &acceptor);

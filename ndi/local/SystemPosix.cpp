@@ -81,9 +81,10 @@ bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size)
     return reserved;
 }
 
-void discardPrivateWrites(void *address, std::size_t size)
+bool discardPrivateWrites(boost::interprocess::mapped_region &region,
+                          const boost::interprocess::file_mapping & /*file*/)
 {
-    madvise(address, size, MADV_DONTNEED);
+    return madvise(region.get_address(), region.get_size(), MADV_DONTNEED) == 0;
 }
 
 void allowPortReuse(boost::asio::ip::tcp::acceptor &acceptor)

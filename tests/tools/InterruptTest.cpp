@@ -39,6 +39,55 @@ protected:
     QString m_path;
 };
 
+TEST_F(NdiSend, AnInterruptEndsItCleanly)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("summary.json"));
+    Sender sender(words("--size 320x240 --json") << path);
+    const Receiver receiver(sender.name());
+    ASSERT_TRUE(receiver.found());
+    sender.interrupt();
+    EXPECT_EQ(sender.wait(), 0);
+    EXPECT_EQ(readJson(path)[QStringLiteral("ended")].toString(), QStringLiteral("interrupt"));
+}
+
+TEST_F(NdiSend, TellsConnectionsAndTallyAsTheyChangeAndInTheSummary)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("summary.json"));
+    Sender sender(words("--size 160x64 --rate 50 --json") << path);
+    {
+        Receiver receiver(sender.name());
+        ASSERT_TRUE(receiver.found());
+        ASSERT_TRUE(sender.waitForLine("connections: 1"));
+        receiver.setTally(true, false);
+        EXPECT_TRUE(sender.waitForLine("tally: program on, preview off"));
+        receiver.setTally(false, true);
+        EXPECT_TRUE(sender.waitForLine("tally: program off, preview on"));
+    }
+    EXPECT_TRUE(sender.waitForLine("connections: 0"));
+    sender.interrupt();
+    ASSERT_EQ(sender.wait(), 0);
+
+    const QJsonObject json = readJson(path);
+    EXPECT_EQ(json[QStringLiteral("connections")][QStringLiteral("most")].toInt(), 1);
+    EXPECT_EQ(json[QStringLiteral("connections")][QStringLiteral("now")].toInt(-1), 0);
+    const QJsonValue program = json[QStringLiteral("tally")][QStringLiteral("program")];
+    EXPECT_TRUE(program[QStringLiteral("seenOn")].toBool());
+    EXPECT_TRUE(program[QStringLiteral("seenOffAgain")].toBool());
+}
+
+TEST_F(NdiSend, AnInterruptEndsItWhileItWaitsForAPipe)
+{
+    Sender sender(words("--video -"));
+    sender.write(greyFilm(1));
+    Receiver receiver(sender.name());
+    ASSERT_TRUE(receiver.found());
+    sender.interrupt();
+    EXPECT_EQ(sender.wait(), 0);
+    EXPECT_EQ(sender.errors(), "");
+}
+
 } // namespace
 
 TEST_F(SilentPipe, EndsWhenTheSignalCameBeforeTheRead)

@@ -29,17 +29,6 @@ QByteArray countingSound(int samples)
     return "RIFF" + littleEndian(static_cast<quint32>(chunks.size())) + chunks;
 }
 
-TEST_F(NdiSend, AnInterruptEndsItWhileItWaitsForAPipe)
-{
-    Sender sender(words("--video -"));
-    sender.write(greyFilm(1));
-    Receiver receiver(sender.name());
-    ASSERT_TRUE(receiver.found());
-    sender.interrupt();
-    EXPECT_EQ(sender.wait(), 0);
-    EXPECT_EQ(sender.errors(), "");
-}
-
 TEST_F(NdiSend, ASoundFileIsPublishedSampleBySample)
 {
     const QTemporaryDir folder;

@@ -16,6 +16,12 @@ std::string uniqueName()
     return "test " + std::to_string(QCoreApplication::applicationPid()) + " " + std::to_string(++count);
 }
 
+// Lines as they are inside a program, whatever the system ends them with outside.
+std::string plainLines(QByteArray text)
+{
+    return text.replace("\r\n", "\n").toStdString();
+}
+
 } // namespace
 
 Sender::Sender(const QStringList &arguments) : m_name(uniqueName())
@@ -39,7 +45,7 @@ bool Sender::waitForLine(const std::string &line)
     elapsed.start();
     while (m_output.find(line + "\n") == std::string::npos && elapsed.elapsed() < ProcessPatience) {
         m_process.waitForReadyRead(100);
-        m_output += m_process.readAllStandardOutput().toStdString();
+        m_output += plainLines(m_process.readAllStandardOutput());
     }
     return m_output.find(line + "\n") != std::string::npos;
 }
@@ -55,8 +61,13 @@ int Sender::wait()
 {
     if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(ProcessPatience))
         return -1;
-    m_output += m_process.readAllStandardOutput().toStdString();
+    m_output += plainLines(m_process.readAllStandardOutput());
     return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
+}
+
+std::string Sender::errors()
+{
+    return plainLines(m_process.readAllStandardError());
 }
 
 QStringList words(const char *text)

@@ -34,7 +34,7 @@ public:
     int wait();
 
     const std::string &output() const { return m_output; }
-    std::string errors() { return m_process.readAllStandardError().toStdString(); }
+    std::string errors();
 
 private:
     const std::string m_name;
