@@ -43,17 +43,13 @@ Receiver connectTo(const NDIInput &sender)
     return receiver;
 }
 
-// Whether the run was over in time.
-bool runOn(QThread &thread, NDIProbe &probe, const QDeadlineTimer &deadline)
+// A thread for one run, which blocks.
+std::unique_ptr<QThread> threadFor(NDIProbe &probe)
 {
-    probe.moveToThread(&thread);
-    thread.start();
-    const HnsTime howLong = HnsTime::seconds(OtherKindPatience.count());
-    QMetaObject::invokeMethod(&probe, "doProbe", Qt::QueuedConnection, Q_ARG(HnsTime, howLong));
-    // After the run, however it ends: a failed one does not signal.
-    QMetaObject::invokeMethod(
-        &probe, [&thread] { thread.quit(); }, Qt::QueuedConnection);
-    return thread.wait(deadline);
+    return std::unique_ptr<QThread>(QThread::create([&probe] {
+        const HnsTime howLong = HnsTime::seconds(OtherKindPatience.count());
+        QMetaObject::invokeMethod(&probe, "doProbe", Qt::DirectConnection, Q_ARG(HnsTime, howLong));
+    }));
 }
 
 [[noreturn]] void leave(const NDIInput &sender)
@@ -93,8 +89,9 @@ Findings probeSender(const NDIInput &sender, std::chrono::milliseconds patience)
 {
     const Receiver receiver = connectTo(sender);
     NDIProbe probe(receiver.get());
-    QThread thread;
-    if (!runOn(thread, probe, QDeadlineTimer(patience + OtherKindPatience + FrameAllowance)))
+    const std::unique_ptr<QThread> thread = threadFor(probe);
+    thread->start();
+    if (!thread->wait(QDeadlineTimer(patience + OtherKindPatience + FrameAllowance)))
         leave(sender);
     if (FAILED(probe.status()))
         throw Failure(ExitCode::NothingDelivered,
