@@ -1,6 +1,5 @@
 #include "hostfw/SamplePool.h"
 #include "hostfw/ComPtr.h"
-#include "tests/multimedia/Recorded.h"
 #include "tests/multimedia/WorkItem.h"
 
 #include <gtest/gtest.h>
@@ -234,29 +233,6 @@ TEST_F(FixedSamplePool, TakesSamplesBackOnAnyThread)
         expectSamplesToComeBack();
     }
     EXPECT_EQ(m_factoryCalls, 1);
-}
-
-TEST_F(FixedSamplePool, ServesThreadsThatPopAndReleaseAtTheSameTime)
-{
-    std::unique_ptr<tvx::ISamplePoolFixed> pool(tvx::createFixedSizeSamplePool(nullptr, {}, &makeTrackedSample, limit));
-    Recorded<HRESULT> failures;
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread)
-        threads.emplace_back([&] {
-            for (int frame = 0; frame < 500; ++frame) {
-                Sample sample;
-                const HRESULT hr = pool->Pop(&sample);
-                if (FAILED(hr))
-                    failures.add(hr);
-                else
-                    fill(sample);
-                if (frame % 100 == 0)
-                    pool->Reset();
-            }
-        });
-    for (std::thread &thread : threads)
-        thread.join();
-    EXPECT_EQ(failures.count(), 0U);
 }
 
 TEST_F(FixedSamplePool, SamplesOutliveThePool)

@@ -3,8 +3,6 @@
 #include <evr.h>
 #include <mfidl.h>
 
-#include <thread>
-
 namespace
 {
 
@@ -181,22 +179,4 @@ TEST_F(TrackedSample, LeavesItsResultUsableAsLongAsItIsHeld)
     EXPECT_TRUE(faceOf<IMFAsyncResult>(held));
     EXPECT_EQ(held->SetStatus(E_FAIL), S_OK);
     EXPECT_EQ(held->GetStatus(), E_FAIL);
-}
-
-TEST_F(TrackedSample, CirculatesBetweenThreads)
-{
-    constexpr int rounds = 500;
-    ReturnedSamples samples;
-    CComPtr<IMFSample> sample = faceOf<IMFSample>(trackedSample());
-    for (int round = 0; round < rounds; ++round) {
-        ASSERT_EQ(faceOf<IMFTrackedSample>(sample)->SetAllocator(samples.allocator, nullptr), S_OK);
-        // Either thread may be the one that lets go last.
-        CComPtr<IMFSample> theirs(sample);
-        std::thread other([&theirs] { theirs.Release(); });
-        sample.Release();
-        other.join();
-        sample = samples.take();
-        ASSERT_TRUE(sample);
-        ASSERT_EQ(samples.count(), round + 1);
-    }
 }
