@@ -93,6 +93,8 @@ HRESULT NDISinkVideoStream::sendSample(IMFSample *sample)
     CComPtr<IMFMediaBuffer> buffer;
     CHECK_HR(sample->ConvertToContiguousBuffer(&buffer));
     const MediaBufferMapping2D bufferLock(buffer, MF2DBuffer_LockFlags_Read);
+    if (m_videoFrame.xres != 0 && pictureBytes(m_videoFrame) == 0)
+        return S_OK; // a picture that nothing can hold: the runtime would read it from nowhere
     copyPicture(buffer, bufferLock);
 
     NDIlib_video_frame_v2_t frame = m_videoFrame;

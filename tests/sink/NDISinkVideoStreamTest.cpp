@@ -109,16 +109,36 @@ TEST_F(NDISinkVideoStreamTest, ABufferOfASmallerPictureGivesTheLinesThatItHolds)
     EXPECT_EQ(expected, send(bytesSample(part)).picture);
 }
 
-TEST_F(NDISinkVideoStreamTest, ABufferOfAnotherShapeIsNotReadBeyondItsEnds)
+TEST_F(NDISinkVideoStreamTest, ABufferOfAWiderPictureGivesTheBeginningsOfItsLines)
 {
+    constexpr size_t stride = 64 * 2;
+    const auto whole = noise(stride * 36, 1);
     stream.onMediaTypeChanged(pictureType());
     for (const bool bottomUp : {false, true}) {
-        const DWORD shapes[][2] = {{128, 10}, {66, 35}, {32, 72}, {16, 4}};
+        const DWORD shapes[][2] = {{128, 10}, {66, 35}};
         for (const auto &[width, height] : shapes) {
-            const auto picture = noise(size_t{width} * 2 * height);
-            const auto sample = pictureSample(picture, width, height, fourCCUYVY, bottomUp);
-            EXPECT_EQ(size_t{64} * 2 * 36, send(sample).picture.size());
+            const auto wider = noise(size_t{width} * 2 * height, 2);
+            auto expected = whole;
+            for (size_t line = 0; line < height; ++line)
+                std::copy_n(wider.begin() + static_cast<ptrdiff_t>(line * width * 2), stride,
+                            expected.begin() + static_cast<ptrdiff_t>(line * stride));
+            send(bytesSample(whole));
+            EXPECT_EQ(expected, send(pictureSample(wider, width, height, fourCCUYVY, bottomUp)).picture)
+                << width << 'x' << height << (bottomUp ? " bottom-up" : "");
         }
+    }
+}
+
+TEST_F(NDISinkVideoStreamTest, ABufferOfANarrowerPictureIsNotReadBeyondItsEnds)
+{
+    constexpr ptrdiff_t stride = 64 * 2;
+    const auto whole = noise(stride * 36, 1);
+    stream.onMediaTypeChanged(pictureType());
+    for (const bool bottomUp : {false, true}) {
+        send(bytesSample(whole));
+        const auto sent = send(pictureSample(noise(16 * 2 * 4, 2), 16, 4, fourCCUYVY, bottomUp)).picture;
+        // No line of the type lies within four lines of a quarter of its width from the fourth on.
+        EXPECT_TRUE(std::equal(sent.begin() + 4 * stride, sent.end(), whole.begin() + 4 * stride));
     }
 }
 
@@ -226,12 +246,16 @@ TEST_F(NDISinkVideoStreamTest, AFirstTypeThatCannotBeReadMakesAFrameOfTheDefault
     EXPECT_NE(nullptr, sent.frame.p_data);
 }
 
-TEST_F(NDISinkVideoStreamTest, ATypeWhoseLinesAreLongerThanCanBeCountedCopiesNothing)
+TEST_F(NDISinkVideoStreamTest, ATypeWhoseLinesAreLongerThanCanBeCountedSendsNothing)
 {
-    EXPECT_EQ(S_OK, stream.onMediaTypeChanged(pictureType(0x40000000, 1, MFVideoFormat_RGB32)));
-    EXPECT_EQ(S_OK, stream.sendSample(bytesSample(noise(100))));
-    EXPECT_EQ(S_OK, stream.onMediaTypeChanged(pictureType(0x40000000, 1)));
-    EXPECT_EQ(S_OK, stream.sendSample(bytesSample(noise(100))));
+    for (const GUID &subtype : {MFVideoFormat_RGB32, MFVideoFormat_UYVY}) {
+        EXPECT_EQ(S_OK, stream.onMediaTypeChanged(pictureType(0x40000000, 1, subtype)));
+        EXPECT_EQ(S_OK, stream.sendSample(bytesSample(noise(100))));
+    }
+    EXPECT_TRUE(ndi.calls().sentVideo.empty());
+    const auto picture = noise(64 * 2 * 36);
+    stream.onMediaTypeChanged(pictureType());
+    EXPECT_EQ(picture, send(bytesSample(picture)).picture);
 }
 
 TEST_F(NDISinkVideoStreamTest, TheStagingBufferIsMadeOncePerType)
