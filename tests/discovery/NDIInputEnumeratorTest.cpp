@@ -68,6 +68,10 @@ TEST_F(NDIInputEnumeratorTest, ASenderThatComesAndGoesIsListedAndUnlisted)
     ndi.setSources({});
     ASSERT_TRUE(spinUntil([&] { return changes == 2; }));
     EXPECT_TRUE(enumerator.inputs().isEmpty());
+    // Passes without a change are no news.
+    const int passes = ndi.calls().waits;
+    ASSERT_TRUE(spinUntil([&] { return ndi.calls().waits >= passes + 2; }));
+    EXPECT_EQ(2, changes);
 }
 
 TEST_F(NDIInputEnumeratorTest, CreateInputIsEmptyWhateverIsListed)

@@ -76,7 +76,10 @@ TEST(Checks, WithTheLevelOffTheyLogNothingButStillReturnAndThrow)
     int evaluations = 0;
     EXPECT_EQ(E_FAIL, checkResult(E_FAIL, &evaluations));
     EXPECT_EQ(E_INVALIDARG, checkArgument(nullptr));
+    EXPECT_EQ(E_POINTER, checkPointer(nullptr));
     EXPECT_THROW(THROW_HR(E_FAIL), ComException);
+    const int *const m_finder = nullptr;
+    EXPECT_THROW(THROW_POINTER(m_finder), ComException);
     QLoggingCategory::setFilterRules(QString());
     EXPECT_TRUE(log.lines().empty());
 }
