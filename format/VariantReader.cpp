@@ -100,16 +100,18 @@ bool readScriptValue(QDataStream &stream, int nesting, QVariant &value)
 
 bool readNamedType(QDataStream &stream, qint64 start, int nesting, QVariant &value)
 {
+    constexpr char scriptValue[] = "QJSValue";
     QByteArray name;
     stream >> name;
-    while (name.endsWith('\0'))
-        name.chop(1);
     if (stream.status() != QDataStream::Ok)
         return false;
-    if (name == "QJSValue")
+    // By its number too: Qt knows a type by other spellings of its name.
+    const int type = QMetaType::type(name.constData());
+    if (qstrcmp(name.constData(), scriptValue) == 0 ||
+        (type >= QMetaType::User && type == QMetaType::type(scriptValue)))
         return readScriptValue(stream, nesting, value);
     // Qt would take a built-in type by its name as well, and so come to a container past the cases below.
-    return QMetaType::type(name.constData()) >= QMetaType::User && readWithQt(stream, start, value);
+    return type >= QMetaType::User && readWithQt(stream, start, value);
 }
 
 bool readElement(QDataStream &stream, int nesting, QVariantList &list)

@@ -218,12 +218,15 @@ TEST(MetadataEnvelope, AValueOfAScriptComesBackAsWhatItComesTo)
 TEST(MetadataEnvelope, ValuesOfScriptsWithinEachOtherWithoutEndAreRefused)
 {
     const QJSEngine engine; // makes the type known, as a host's own engine does
-    const QByteArray payload = streamed([](QDataStream &stream) {
-        for (int level = 0; level < 100000; ++level)
-            stream << quint32(QMetaType::User) << qint8(0) << QByteArray("QJSValue\0", 9) << quint32(0);
-        stream << QVariant(1);
-    });
-    EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid());
+    for (const QByteArray &name :
+         {QByteArray("QJSValue\0", 9), QByteArray("QJSValue \0", 10), QByteArray("QJSValue\0x\0", 11)}) {
+        const QByteArray payload = streamed([&](QDataStream &stream) {
+            for (int level = 0; level < 100000; ++level)
+                stream << quint32(QMetaType::User) << qint8(0) << name << quint32(0);
+            stream << QVariant(1);
+        });
+        EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid()) << name.constData();
+    }
 }
 
 TEST(MetadataEnvelope, AnUnknownTypeIsRefused)
