@@ -42,8 +42,8 @@ TEST(MetadataEnvelope, IsOneElementAroundOneCdataSection)
 TEST(MetadataEnvelope, APayloadComesBackWhateverItsBytes)
 {
     QByteArray payload;
-    for (int byte = 0; byte < 256; ++byte)
-        payload.append(static_cast<char>(byte));
+    for (int value = 0; value < 256; ++value)
+        payload.append(static_cast<char>(value));
     EXPECT_EQ(payload, metadataPayload(wrapMetadataPayload(payload)));
     const QByteArray large(1024 * 1024, '\xff');
     EXPECT_EQ(large, metadataPayload(wrapMetadataPayload(large)));
