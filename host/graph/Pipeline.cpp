@@ -1,39 +1,13 @@
 #include "host/graph/Pipeline.h"
 
 #include "host/Log.h"
-#include "host/graph/Negotiation.h"
-
-#include <mfapi.h>
-#include <mferror.h>
-
-#include <algorithm>
+#include "host/ResultText.h"
 
 namespace host
 {
 
 namespace
 {
-
-// Sinks adopt their types in the background; a clock that started too early is started again after this time.
-constexpr int ClockStartDelay = 20; // milliseconds
-
-QString resultText(HRESULT hr)
-{
-    return QStringLiteral("0x%1").arg(static_cast<quint32>(hr), 8, 16, QLatin1Char('0'));
-}
-
-QString refusalText(HRESULT hr)
-{
-    return QStringLiteral("it does not take the type of its stream (%1)").arg(resultText(hr));
-}
-
-template <typename Interface>
-CComPtr<Interface> nodeAttribute(IMFTopologyNode *node, REFGUID key)
-{
-    CComPtr<Interface> object;
-    node->GetUnknown(key, __uuidof(Interface), reinterpret_cast<void **>(&object));
-    return object;
-}
 
 bool hasLinks(const MediaNode *node)
 {
@@ -58,6 +32,8 @@ Pipeline::Pipeline(QObject *parent) : QObject(parent), m_caller(std::make_shared
         if (FAILED(hr))
             qCWarning(lcHost) << "The presentation clock does not start:" << resultText(hr);
     });
+    m_rewiring.setSingleShot(true);
+    connect(&m_rewiring, &QTimer::timeout, this, &Pipeline::rewire);
 }
 
 Pipeline::~Pipeline()
@@ -136,16 +112,14 @@ void Pipeline::add(MediaNode *node)
 
 void Pipeline::watchPins(MediaNode *node, NodeDriver *driver)
 {
-    for (int index = 0; index < node->inputCount(); ++index) {
-        NodeInput *const input = node->getInput(index);
-        connect(input, &NodeInput::connectedOutputChanged, driver, [input, driver] {
-            if (!input->getConnectedOutput())
-                input->setConnectedMfMediaType(nullptr);
-            driver->request();
-        });
-    }
+    const auto changed = [this, node] {
+        m_changed.insert(node);
+        m_rewiring.start(0);
+    };
+    for (int index = 0; index < node->inputCount(); ++index)
+        connect(node->getInput(index), &NodeInput::connectedOutputChanged, driver, changed);
     for (int index = 0; index < node->outputCount(); ++index)
-        connect(node->getOutput(index), &NodeOutput::connectedInputChanged, driver, &NodeDriver::request);
+        connect(node->getOutput(index), &NodeOutput::connectedInputChanged, driver, changed);
 }
 
 bool Pipeline::mayCreate(const MediaNode *node) const
@@ -202,154 +176,6 @@ void Pipeline::onDestroy(MediaNode *node)
     for (const CComPtr<IMFMediaSink> &sink : entry->sinks)
         sink->Shutdown();
     entry->sinks.clear();
-}
-
-bool Pipeline::openSource(Entry &entry, QString &why)
-{
-    MediaNode *const node = entry.driver->node();
-    for (int index = 0; index < node->outputCount(); ++index) {
-        NodeOutput *const output = node->getOutput(index);
-        if (!output->getConnectedInput() || !output->mfNode())
-            continue;
-        if (!openOutlet(entry, output, why))
-            return false;
-    }
-    return entry.runner != nullptr;
-}
-
-bool Pipeline::openOutlet(Entry &entry, NodeOutput *output, QString &why)
-{
-    IMFTopologyNode *const mfNode = output->mfNode();
-    const auto source = nodeAttribute<IMFMediaSource>(mfNode, MF_TOPONODE_SOURCE);
-    const auto presentation = nodeAttribute<IMFPresentationDescriptor>(mfNode, MF_TOPONODE_PRESENTATION_DESCRIPTOR);
-    Outlet outlet;
-    outlet.descriptor = nodeAttribute<IMFStreamDescriptor>(mfNode, MF_TOPONODE_STREAM_DESCRIPTOR);
-    DWORD id = 0;
-    if (!source || !presentation || !outlet.descriptor || FAILED(outlet.descriptor->GetStreamIdentifier(&id))) {
-        why = QStringLiteral("its topology node names no source, presentation or stream");
-        return false;
-    }
-    const auto failed = failureReport(entry);
-    if (!entry.runner) {
-        entry.runner = std::make_shared<SourceRunner>(
-            source, presentation,
-            SourceRunner::Callbacks{
-                [failed](HRESULT hr) { failed(QStringLiteral("its source failed with %1").arg(resultText(hr))); },
-                [failed] { failed(QStringLiteral("its source has ended")); }});
-        m_device.offerTo(source);
-    }
-    const CComPtr<IMFMediaType> type = currentType(outlet.descriptor);
-    const QPointer<NodeInput> input = output->getConnectedInput();
-    outlet.feed = std::make_shared<StreamFeed>(
-        type,
-        StreamFeed::Callbacks{
-            [failed](HRESULT hr) { failed(QStringLiteral("its stream failed with %1").arg(resultText(hr))); },
-            [caller = m_caller, input](IMFMediaType *changed) {
-                caller->call([input, changed = CComPtr<IMFMediaType>(changed)] {
-                    if (input && input->getConnectedOutput())
-                        input->setConnectedMfMediaType(changed);
-                });
-            },
-            [this, caller = m_caller, input](HRESULT hr) { caller->call([this, input, hr] { refuse(input, hr); }); }});
-    entry.runner->addFeed(id, outlet.feed);
-    entry.outlets.emplace(output, outlet);
-    input->setConnectedMfMediaType(type);
-    Entry *const sink = find(input->node());
-    if (sink && sink->driver->state() == NodeDriver::State::Off)
-        sink->driver->request();
-    return true;
-}
-
-bool Pipeline::openSink(Entry &entry, NodeInput *input, QString &why)
-{
-    CComPtr<IUnknown> object;
-    CComPtr<IMFStreamSink> stream;
-    CComPtr<IMFMediaSink> sink;
-    if (FAILED(input->mfNode()->GetObject(&object)) || !object || FAILED(object.QueryInterface(&stream)) ||
-        FAILED(stream->GetMediaSink(&sink))) {
-        why = QStringLiteral("its topology node holds no stream sink");
-        return false;
-    }
-    const auto failed = failureReport(entry);
-    const auto port = std::make_shared<SinkPort>(
-        stream, SinkPort::Callbacks{
-                    [failed](HRESULT hr) { failed(QStringLiteral("its sink failed with %1").arg(resultText(hr))); },
-                    [this, caller = m_caller] { caller->call([this] { requestClock(ClockStartDelay); }); }});
-    HRESULT hr = port->open();
-    if (SUCCEEDED(hr))
-        hr = port->adopt(input->getConnectedMfMediaType());
-    if (FAILED(hr)) {
-        port->close();
-        why = refusalText(hr);
-        return false;
-    }
-    entry.ports[input] = port;
-    const bool known = std::any_of(entry.sinks.begin(), entry.sinks.end(),
-                                   [&sink](const CComPtr<IMFMediaSink> &other) { return other.IsEqualObject(sink); });
-    if (!known) {
-        m_clock.addSink(sink);
-        entry.sinks.push_back(sink);
-    }
-    return true;
-}
-
-void Pipeline::joinSink(Entry &entry)
-{
-    for (auto &[input, port] : entry.ports) {
-        NodeOutput *const output = input->getConnectedOutput();
-        Entry *const source = output ? find(output->node()) : nullptr;
-        if (!source || !source->runner)
-            continue;
-        if (!source->runner->isStarted()) {
-            startSource(*source);
-            continue;
-        }
-        const auto outlet = source->outlets.find(output);
-        if (outlet != source->outlets.end())
-            attach(outlet->second, entry, port);
-    }
-    entry.driver->node()->onTopologyCreated();
-    requestClock(0);
-}
-
-void Pipeline::startSource(Entry &entry)
-{
-    if (!entry.runner || entry.runner->isStarted())
-        return;
-    std::vector<std::pair<Outlet *, NodeInput *>> connections;
-    for (auto &[output, outlet] : entry.outlets) {
-        NodeInput *const input = output->getConnectedInput();
-        Entry *const sink = input ? find(input->node()) : nullptr;
-        if (sink && sink->driver->isPending())
-            return;
-        if (sink && sink->ports.count(input))
-            connections.emplace_back(&outlet, input);
-    }
-    for (const auto &[outlet, input] : connections) {
-        Entry &sink = *find(input->node());
-        const bool enumerate = input->node()->needEnumerateMediaTypes();
-        if (SUCCEEDED(negotiate(outlet->descriptor, sink.ports[input]->sink(), enumerate)))
-            outlet->feed->setType(currentType(outlet->descriptor));
-        attach(*outlet, sink, sink.ports[input]);
-    }
-    const HRESULT hr = entry.runner->start();
-    if (FAILED(hr))
-        return fail(entry, QStringLiteral("its source does not start (%1)").arg(resultText(hr)));
-    entry.driver->node()->onTopologyCreated();
-}
-
-void Pipeline::attach(Outlet &outlet, Entry &sink, const std::shared_ptr<SinkPort> &port)
-{
-    const HRESULT hr = outlet.feed->attach(port);
-    if (FAILED(hr))
-        failureReport(sink)(refusalText(hr));
-}
-
-void Pipeline::refuse(NodeInput *input, HRESULT hr)
-{
-    Entry *const sink = input ? find(input->node()) : nullptr;
-    if (sink && sink->ports.count(input))
-        fail(*sink, refusalText(hr));
 }
 
 void Pipeline::requestClock(int delay)

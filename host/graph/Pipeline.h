@@ -12,6 +12,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <vector>
 
 namespace host
@@ -19,9 +20,9 @@ namespace host
 
 // Runs the nodes of a graph: connects what they create and drives it with one presentation clock.
 //
-// Sources and sinks come and go by themselves. A sink keeps running while its source is made anew, and the other way
-// round; the connection is put together again when both are there. A source starts when the sinks that are being made
-// for it are ready, or have failed; those that come later join it as it runs.
+// Sources and sinks come and go by themselves. A sink keeps running while its source is made anew or it is linked to
+// another one, and the other way round; the connection is put together again when both are there. A source starts when
+// the sinks that are being made for it are ready, or have failed; those that come later join it as it runs.
 //
 // Lives on the thread of the QML engine. Work queue threads reach it through m_caller only.
 class Pipeline : public QObject
@@ -70,12 +71,22 @@ private:
     void onDestroy(MediaNode *node);
     bool openSource(Entry &entry, QString &why);
     bool openOutlet(Entry &entry, NodeOutput *output, QString &why);
+    // The type that the sink behind that input is made for.
+    void tellType(const Outlet &outlet, NodeInput &input);
     bool openSink(Entry &entry, NodeInput *input, QString &why);
     void startSource(Entry &entry);
     void joinSink(Entry &entry);
     void attach(Outlet &outlet, Entry &sink, const std::shared_ptr<SinkPort> &port);
-    // The sink at that input has turned a type down.
-    void refuse(NodeInput *input, HRESULT hr);
+    // The sink that the output is linked to has turned a type down.
+    void refuse(const NodeOutput *output, HRESULT hr);
+    Outlet *findOutlet(const NodeOutput *output);
+
+    // Links have changed. A stream that goes to another sink now goes on there; only nodes whose own streams are other
+    // ones now are made anew.
+    void rewire();
+    static bool fitsItsLinks(const Entry &entry);
+    std::shared_ptr<SinkPort> linkedPort(const NodeOutput *output);
+    void relink(const Entry &source, Outlet &outlet, NodeInput &input);
     void requestClock(int delay);
     void fail(Entry &entry, const QString &why);
     // Calls fail() for the node later, on the graph's thread, if its media objects are still those of now.
@@ -87,6 +98,9 @@ private:
     const std::shared_ptr<ObjectCaller> m_caller;
     bool m_running = false;
     QTimer m_clockStart;
+    // Links change one after the other; what has come of all of them counts.
+    QTimer m_rewiring;
+    std::set<MediaNode *> m_changed;
     quint64 m_lastGeneration = 0;
 };
 

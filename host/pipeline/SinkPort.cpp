@@ -45,18 +45,28 @@ HRESULT SinkPort::adopt(IMFMediaType *type)
 
 void SinkPort::setFeed(const std::shared_ptr<StreamFeed> &feed)
 {
+    const std::lock_guard<std::mutex> delivery(m_delivery);
     const std::lock_guard<std::mutex> guard(m_lock);
     m_feed = feed;
 }
 
-HRESULT SinkPort::deliver(IMFSample *sample)
+HRESULT SinkPort::adoptFrom(const StreamFeed &source, IMFMediaType *type)
 {
-    return m_sink->ProcessSample(sample);
+    const std::lock_guard<std::mutex> delivery(m_delivery);
+    return feed().get() == &source ? adopt(type) : S_FALSE;
 }
 
-void SinkPort::placeMarker(MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value)
+HRESULT SinkPort::deliver(const StreamFeed &source, IMFSample *sample)
 {
-    m_sink->PlaceMarker(marker, value, nullptr);
+    const std::lock_guard<std::mutex> delivery(m_delivery);
+    return feed().get() == &source ? m_sink->ProcessSample(sample) : S_FALSE;
+}
+
+void SinkPort::placeMarker(const StreamFeed &source, MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value)
+{
+    const std::lock_guard<std::mutex> delivery(m_delivery);
+    if (feed().get() == &source)
+        m_sink->PlaceMarker(marker, value, nullptr);
 }
 
 void SinkPort::onEvent(MediaEventType type, IMFMediaEvent *event)

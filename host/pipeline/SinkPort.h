@@ -37,15 +37,19 @@ public:
 
     // Makes the sink take samples of that type; the sink's refusal is passed on.
     HRESULT adopt(IMFMediaType *type);
+    // From now on types, samples and markers are taken from that feed alone. What another one is just handing over is
+    // through when this returns.
     void setFeed(const std::shared_ptr<StreamFeed> &feed);
+    HRESULT adoptFrom(const StreamFeed &feed, IMFMediaType *type);
 
     // Whether the sink runs on its clock, and how many samples it waits for.
     bool isStarted() const { return m_started; }
     unsigned wanted() const { return m_wanted; }
     // Takes one request off the count, for a sample that is about to be delivered; false when the sink waits for none.
     bool takeRequest();
-    HRESULT deliver(IMFSample *sample);
-    void placeMarker(MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value);
+    // S_FALSE when the sink has another feed by now.
+    HRESULT deliver(const StreamFeed &feed, IMFSample *sample);
+    void placeMarker(const StreamFeed &feed, MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value);
 
 private:
     void onEvent(MediaEventType type, IMFMediaEvent *event);
@@ -56,6 +60,7 @@ private:
     EventPump m_pump;
     std::atomic<bool> m_started{false};
     std::atomic<unsigned> m_wanted{0};
+    std::mutex m_delivery; // held while a feed calls the sink; taken before m_lock
     mutable std::mutex m_lock;
     std::weak_ptr<StreamFeed> m_feed; // guarded by m_lock
     CComPtr<IMFMediaType> m_type;     // guarded by m_lock: adopted last

@@ -44,6 +44,7 @@ void StreamFeed::close()
 
 HRESULT StreamFeed::attach(const std::shared_ptr<SinkPort> &port)
 {
+    port->setFeed(shared_from_this());
     CComPtr<IMFMediaType> adopted;
     for (;;) {
         {
@@ -55,11 +56,12 @@ HRESULT StreamFeed::attach(const std::shared_ptr<SinkPort> &port)
             }
             adopted = m_type;
         }
-        const HRESULT hr = port->adopt(adopted);
-        if (FAILED(hr))
+        const HRESULT hr = port->adoptFrom(*this, adopted);
+        if (FAILED(hr)) {
+            port->setFeed(nullptr);
             return hr;
+        }
     }
-    port->setFeed(shared_from_this());
     ask();
     return S_OK;
 }
@@ -80,6 +82,12 @@ void StreamFeed::detach(const std::shared_ptr<SinkPort> &port)
 {
     if (this->port() == port)
         detach();
+}
+
+CComPtr<IMFMediaType> StreamFeed::type() const
+{
+    const std::lock_guard<std::mutex> guard(m_lock);
+    return m_type;
 }
 
 void StreamFeed::ask()
@@ -154,7 +162,7 @@ void StreamFeed::onSample(IMFMediaEvent *event)
         if (m_port && m_port->takeRequest())
             sink = m_port;
     }
-    if (sink && sample && SUCCEEDED(sink->deliver(sample)))
+    if (sink && sample && sink->deliver(*this, sample) == S_OK)
         ++m_delivered;
     ask();
 }
@@ -170,7 +178,7 @@ void StreamFeed::onTypeChanged(IMFMediaEvent *event)
         m_type = type;
         sink = m_port;
     }
-    const HRESULT hr = sink ? sink->adopt(type) : S_OK;
+    const HRESULT hr = sink ? sink->adoptFrom(*this, type) : S_OK;
     if (FAILED(hr)) {
         detach();
         m_callbacks.refused(hr);
@@ -182,7 +190,7 @@ void StreamFeed::onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker)
 {
     const EventValue value(event);
     if (const std::shared_ptr<SinkPort> sink = port())
-        sink->placeMarker(marker, &value.get());
+        sink->placeMarker(*this, marker, &value.get());
 }
 
 std::shared_ptr<SinkPort> StreamFeed::port() const

@@ -49,6 +49,9 @@ public:
     void detach();
     // Detaches that sink, if it is the one attached.
     void detach(const std::shared_ptr<SinkPort> &port);
+    bool isAttachedTo(const std::shared_ptr<SinkPort> &port) const { return this->port() == port; }
+    // The type of the samples that come now.
+    CComPtr<IMFMediaType> type() const;
     // Asks the stream for what the sink misses.
     void ask();
 

@@ -14,6 +14,7 @@ namespace
 {
 
 constexpr LONGLONG Second = 10000000;
+constexpr std::size_t LogLines = 10000;
 
 class ScriptedStream final : public CBaseSourceStream
 {
@@ -62,7 +63,8 @@ private:
         if (m_place < m_script.size())
             return m_script[m_place++];
         ScriptStep step;
-        step.time = static_cast<LONGLONG>(m_place++) * Second;
+        const LONGLONG scripted = m_script.empty() ? 0 : m_script.back().time;
+        step.time = scripted + static_cast<LONGLONG>(m_place++) * Second;
         return step;
     }
 
@@ -173,7 +175,7 @@ void KeepingConsumer::sample(IMFSample *sample, HnsTime)
     sample->GetSampleTime(&time);
     const std::lock_guard<std::mutex> guard(m_lock);
     ++m_samples;
-    if (m_log.size() < 100)
+    if (m_log.size() < LogLines)
         m_log.push_back("sample " + std::to_string(time / 10000));
 }
 

@@ -26,7 +26,7 @@ struct ScriptStep {
 };
 
 // A source node with a video and an audio output. Every source it makes begins the scripts anew; a script that is over
-// goes on with samples, one second apart, for as long as any are asked for.
+// goes on with samples behind it, one second apart, for as long as any are asked for.
 class ScriptedSource : public MediaNode
 {
     Q_OBJECT
@@ -59,7 +59,7 @@ private:
     CComPtr<IMFMediaSource> m_source;
 };
 
-// Keeps the order in which types and samples came. Thread-safe.
+// Keeps the order in which types and the first ten thousand samples came. Thread-safe.
 class KeepingConsumer final : public host::SampleConsumer
 {
 public:

@@ -22,6 +22,23 @@ ScriptStep sampleAt(LONGLONG milliseconds)
     return {ScriptStep::Sample, milliseconds * 10000, nullptr};
 }
 
+// The samples of a source with pictures of 128 pixels begin that late; those of one with 64 never come so far.
+constexpr LONGLONG LateMilliseconds = 1000000000000;
+
+// A log of such sources: behind each type come samples of its source only.
+void expectSamplesOfTheirType(const std::vector<std::string> &log)
+{
+    std::string type;
+    for (const std::string &line : log) {
+        if (line.rfind("type", 0) == 0) {
+            type = line;
+            continue;
+        }
+        const bool late = std::stoll(line.substr(line.find(' '))) >= LateMilliseconds;
+        ASSERT_EQ(late ? "type 128" : "type 64", type) << line;
+    }
+}
+
 class PipelineTest : public testing::Test
 {
 protected:
@@ -247,6 +264,64 @@ TEST_F(PipelineTest, FollowsALinkThatIsTakenAndGiven)
     ASSERT_TRUE(waitUntil([&] { return m_sink.pictures().samples() > before + 5; }));
     m_source.audio()->connectTo(m_sink.audio());
     EXPECT_TRUE(flows());
+}
+
+TEST_F(PipelineTest, KeepsTheSinkThatIsLinkedToAnotherSource)
+{
+    ScriptedSource other;
+    other.videoType = pictureType(128, 64);
+    link();
+    m_pipeline.setNodes({&m_source, &m_sink, &other});
+    m_pipeline.start();
+    ASSERT_TRUE(flows());
+    other.video()->connectTo(m_sink.video());
+    other.audio()->connectTo(m_sink.audio());
+    ASSERT_TRUE(waitUntil([&] { return other.topologies == 1; }));
+    EXPECT_TRUE(flows());
+    EXPECT_EQ(m_sink.created, 1);
+    EXPECT_EQ(m_sink.video()->getConnectedMfMediaType(), other.videoType.p);
+    EXPECT_THAT(m_sink.pictures().log(), testing::Contains("type 128"));
+    EXPECT_TRUE(waitUntil([this] { return m_source.destroyed == 1; }));
+    EXPECT_EQ(m_source.created, 1);
+    m_pipeline.setNodes({});
+}
+
+TEST_F(PipelineTest, KeepsNodesWhoseLinksChangePlaces)
+{
+    ScriptedSource other;
+    KeepingSink otherSink;
+    other.videoType = pictureType(128, 64);
+    other.videoScript = {sampleAt(LateMilliseconds)};
+    const auto linkBoth = [&](ScriptedSource &first, ScriptedSource &second) {
+        first.video()->connectTo(m_sink.video());
+        first.audio()->connectTo(m_sink.audio());
+        second.video()->connectTo(otherSink.video());
+        second.audio()->connectTo(otherSink.audio());
+    };
+    linkBoth(m_source, other);
+    m_pipeline.setNodes({&m_source, &m_sink, &other, &otherSink});
+    m_pipeline.start();
+    for (int round = 0; round < 20; ++round) {
+        ASSERT_TRUE(flows()) << round;
+        ASSERT_TRUE(waitUntil([&, before = otherSink.pictures().samples()] {
+            return otherSink.pictures().samples() > before;
+        })) << round;
+        if (round % 2 == 0)
+            linkBoth(other, m_source);
+        else
+            linkBoth(m_source, other);
+        ASSERT_TRUE(waitUntil([&] { return m_sink.video()->getConnectedMfMediaType() != nullptr; })) << round;
+        EXPECT_EQ(m_sink.video()->getConnectedMfMediaType(), (round % 2 == 0 ? other : m_source).videoType.p);
+    }
+    ASSERT_TRUE(flows());
+    m_pipeline.stop();
+    EXPECT_EQ(m_source.created, 1);
+    EXPECT_EQ(other.created, 1);
+    EXPECT_EQ(m_sink.created, 1);
+    EXPECT_EQ(otherSink.created, 1);
+    expectSamplesOfTheirType(m_sink.pictures().log());
+    expectSamplesOfTheirType(otherSink.pictures().log());
+    m_pipeline.setNodes({});
 }
 
 TEST_F(PipelineTest, OutlivesANodeThatGoesWithoutAWord)
