@@ -20,8 +20,8 @@ class NDISink : public MediaNode
     Q_PROPERTY(QString name READ name WRITE setName NOTIFY nameChanged)
     // Sent as a metadata frame, to the sender that is there and to every one made later.
     Q_PROPERTY(QVariant metadata READ metadata WRITE setMetadata NOTIFY metadataChanged)
-    Q_PROPERTY(NodeInput *videoInput READ videoInput)
-    Q_PROPERTY(NodeInput *audioInput READ audioInput)
+    Q_PROPERTY(NodeInput *videoInput READ videoInput CONSTANT)
+    Q_PROPERTY(NodeInput *audioInput READ audioInput CONSTANT)
 
 public:
     // What a creation job returns: on failure the code and the message alone.

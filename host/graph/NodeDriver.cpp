@@ -12,11 +12,15 @@ constexpr int LastRetry = 4000;
 } // namespace
 
 NodeDriver::NodeDriver(MediaNode *node, std::function<bool()> mayCreate)
-    : m_node(node), m_mayCreate(std::move(mayCreate))
+    : m_node(node), m_pins(node), m_mayCreate(std::move(mayCreate))
 {
     m_retry.setSingleShot(true);
     connect(&m_retry, &QTimer::timeout, this, &NodeDriver::recreate);
-    connect(node, &MediaNode::createRequested, this, &NodeDriver::request);
+    connect(&m_pins, &PinWatch::changed, this, &NodeDriver::linksChanged);
+    connect(node, &MediaNode::createRequested, this, [this] {
+        if (!m_pins.isTelling())
+            request();
+    });
     connect(node, &MediaNode::statusChanged, this, &NodeDriver::onStatusChanged);
     connect(node, &QObject::destroyed, this, &NodeDriver::onNodeGone);
 }
@@ -106,6 +110,7 @@ void NodeDriver::onStatusChanged()
     if (m_state != State::Creating || m_node->status() != MediaNode::Created || m_node->takeMfNodes().empty())
         return;
     m_state = State::Ready;
+    m_pins.joinLast();
     Q_EMIT created();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/graph/PinWatch.h"
 #include "hostfw/MediaNode.h"
 
 #include <QtCore/QObject>
@@ -45,6 +46,8 @@ public:
 Q_SIGNALS:
     // The node is created; its topology nodes and pins are set.
     void created();
+    // The node's links have changed. Whether it is to be made anew for that is for the graph to say.
+    void linksChanged();
     // The media objects are about to be dropped: nothing may use them any longer.
     void aboutToDestroy();
     void failed(const QString &why);
@@ -56,6 +59,7 @@ private:
     void onNodeGone();
 
     QPointer<MediaNode> m_node;
+    PinWatch m_pins;
     const std::function<bool()> m_mayCreate;
     QTimer m_retry;
     State m_state = State::Off;

@@ -98,6 +98,10 @@ void Pipeline::add(MediaNode *node)
     entry.driver = std::make_unique<NodeDriver>(node, [this, node] { return mayCreate(node); });
     connect(entry.driver.get(), &NodeDriver::created, this, [this, node] { onCreated(node); });
     connect(entry.driver.get(), &NodeDriver::aboutToDestroy, this, [this, node] { onDestroy(node); });
+    connect(entry.driver.get(), &NodeDriver::linksChanged, this, [this, node] {
+        m_changed.insert(node);
+        m_rewiring.start(0);
+    });
     connect(entry.driver.get(), &NodeDriver::failed, this, [this, node](const QString &why) {
         // Sources that waited for this sink go ahead without it.
         for (auto &[other, source] : m_entries)
@@ -106,20 +110,7 @@ void Pipeline::add(MediaNode *node)
     });
     // A node that goes without a word has been let go of by its driver before this.
     connect(node, &QObject::destroyed, entry.driver.get(), [this, node] { m_entries.erase(node); });
-    watchPins(node, entry.driver.get());
     entry.driver->setActive(m_running);
-}
-
-void Pipeline::watchPins(MediaNode *node, NodeDriver *driver)
-{
-    const auto changed = [this, node] {
-        m_changed.insert(node);
-        m_rewiring.start(0);
-    };
-    for (int index = 0; index < node->inputCount(); ++index)
-        connect(node->getInput(index), &NodeInput::connectedOutputChanged, driver, changed);
-    for (int index = 0; index < node->outputCount(); ++index)
-        connect(node->getOutput(index), &NodeOutput::connectedInputChanged, driver, changed);
 }
 
 bool Pipeline::mayCreate(const MediaNode *node) const

@@ -64,7 +64,6 @@ private:
 
     Entry *find(const MediaNode *node);
     void add(MediaNode *node);
-    void watchPins(MediaNode *node, NodeDriver *driver);
     bool mayCreate(const MediaNode *node) const;
 
     void onCreated(MediaNode *node);

@@ -154,6 +154,8 @@ void ScriptedSource::createMediaObjects()
     addMfNode(audioNode);
     video()->setMfNode(videoNode, 0);
     audio()->setMfNode(audioNode, 0);
+    for (const NodeOutput *const output : {video(), audio()})
+        connect(output, &NodeOutput::connectedInputChanged, this, &ScriptedSource::ask, Qt::UniqueConnection);
     setStatus(Created);
 }
 

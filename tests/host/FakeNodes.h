@@ -25,8 +25,9 @@ struct ScriptStep {
     CComPtr<IMFMediaType> type;
 };
 
-// A source node with a video and an audio output. Every source it makes begins the scripts anew; a script that is over
-// goes on with samples behind it, one second apart, for as long as any are asked for.
+// A source node with a video and an audio output. From its first creation on it asks to be made anew whenever one of
+// them is connected to something else. Every source it makes begins the scripts anew; a script that is over goes on
+// with samples behind it, one second apart, for as long as any are asked for.
 class ScriptedSource : public MediaNode
 {
     Q_OBJECT

@@ -324,6 +324,20 @@ TEST_F(PipelineTest, KeepsNodesWhoseLinksChangePlaces)
     m_pipeline.setNodes({});
 }
 
+TEST_F(PipelineTest, MakesASourceAnewThatAsksForItBesideANewLink)
+{
+    KeepingSink other;
+    link();
+    m_pipeline.setNodes({&m_source, &m_sink, &other});
+    m_pipeline.start();
+    ASSERT_TRUE(flows());
+    m_source.video()->connectTo(other.video());
+    m_source.ask();
+    ASSERT_TRUE(waitUntil([&] { return other.pictures().samples() > 5; }));
+    EXPECT_EQ(m_source.created, 2);
+    m_pipeline.setNodes({});
+}
+
 TEST_F(PipelineTest, OutlivesANodeThatGoesWithoutAWord)
 {
     auto source = std::make_unique<ScriptedSource>();
