@@ -14,6 +14,8 @@ fail() {
 build_packages=(g++ cmake ninja-build ccache libwine-dev qtbase5-dev qtdeclarative5-dev libboost-dev libyuv-dev
     libgtest-dev libgmock-dev)
 build_reason="compiler, build tools, Qt 5, the Windows interface headers, Boost, libyuv and GoogleTest"
+bench_packages=(libbenchmark-dev)
+bench_reason="the library that the benchmarks are written with"
 lint_packages=(clang-format clang-tidy)
 lint_reason="formatting and static checks"
 
@@ -53,15 +55,19 @@ log_file() {
     printf '%s' "$root/build/log/$1.log"
 }
 
+# configure PRESET [OPTION...]
+configure() {
+    local preset=$1
+    say "Configuring build/$preset"
+    (cd "$root" && cmake --preset "$@") >"$(log_file "configure-$preset")" 2>&1 ||
+        { cat "$(log_file "configure-$preset")" >&2 && fail "configuring build/$preset failed"; }
+}
+
 # build PRESET [TARGET...]: configures once and builds; ninja runs cmake again when a build file changed.
 build() {
     local preset=$1
     shift
-    if [ ! -f "$root/build/$preset/build.ninja" ]; then
-        say "Configuring build/$preset"
-        (cd "$root" && cmake --preset "$preset") >"$(log_file "configure-$preset")" 2>&1 ||
-            { cat "$(log_file "configure-$preset")" >&2 && fail "configuring build/$preset failed"; }
-    fi
+    [ -f "$root/build/$preset/build.ninja" ] || configure "$preset"
     local targets=("$@")
     cmake --build "$root/build/$preset" --parallel "$(nproc)" ${targets:+--target "${targets[@]}"} \
         >"$(log_file "build-$preset")" 2>&1 ||

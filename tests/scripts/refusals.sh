@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# refusals.sh SOURCE: what ./demo and ./check refuse, before they build or install anything.
+# refusals.sh SOURCE: what ./demo and ./check refuse before they build anything, and what they say before they install.
 . "$(dirname "$0")/expect.sh"
 trap 'rm -rf "$scratch"' EXIT
 root=$1
@@ -33,15 +33,30 @@ case $package in
     *) printf installed ;;
 esac
 EOF
+# They note what they are called with, and what had been said by then.
 for tool in apt-get sudo; do
-    printf '#!/bin/sh\ntouch "%s"\nexit 1\n' "$scratch/installed" >"$scratch/bin/$tool"
+    cat >"$scratch/bin/$tool" <<EOF
+#!/bin/sh
+echo "\$@" >>"$scratch/installed"
+cp "$scratch/output" "$scratch/said"
+exit 1
+EOF
 done
 chmod +x "$scratch"/bin/*
 for command in "demo --out $scratch/out" check; do
+    rm -f "$scratch/installed"
     # shellcheck disable=SC2086
     run env PATH="$scratch/bin:$PATH" "$root"/$command --no-install
     expect "$command: --no-install fails when packages are missing" code_is 1
+    expect "$command: --no-install says what they are for" says 'Missing Debian packages (.*Qt 5.*): qtbase5-dev libyuv-dev'
     expect "$command: --no-install names the missing packages" says 'apt-get install qtbase5-dev libyuv-dev *$'
     expect "$command: --no-install installs nothing" [ ! -e "$scratch/installed" ]
+    # shellcheck disable=SC2086
+    run env PATH="$scratch/bin:$PATH" "$root"/$command
+    expect "$command: what is missing is asked for" grep -q 'install .*qtbase5-dev libyuv-dev' "$scratch/installed"
+    expect "$command: what is installed, and for what, is said before" \
+        grep -q 'Missing Debian packages (.*Qt 5.*): qtbase5-dev libyuv-dev' "$scratch/said"
+    expect "$command: an installation that fails is a failure" code_is 1
+    expect "$command: an installation that fails is told" says 'apt-get failed'
 done
 exit $((failures > 0))

@@ -1,0 +1,73 @@
+#!/usr/bin/env bash
+# demo-verdict.sh SOURCE: what ./demo makes of the figures of its two programs, with programs that give such figures.
+. "$(dirname "$0")/expect.sh"
+trap 'rm -rf "$scratch"' EXIT
+tree=$scratch/tree
+bin=$tree/build/native/bin
+mkdir -p "$bin" "$tree/tools" "$tree/examples"
+cp "$1/demo" "$tree/"
+cp "$1/examples/metadata.xml" "$tree/examples/"
+cp "$1/tools/common.sh" "$tree/tools/"
+printf 'need() { :; }\nbuild() { :; }\n' >>"$tree/tools/common.sh"
+
+# A sender that is seen on the programme, and ends when it is told to.
+cat >"$bin/ndi-send" <<'EOF'
+#!/bin/bash
+while [ "$1" != --json ]; do shift; done
+printf '{\n    "tally": {\n        "program": {\n            "seenOn": true\n        }\n    }\n}\n' >"$2"
+trap 'exit 0' TERM
+while :; do sleep 0.1; done
+EOF
+# host VIDEO AUDIO: a host that has received so many samples of each.
+host() {
+    cat >"$bin/tavrin-host" <<EOF
+#!/bin/bash
+while [ "\$1" != --json ]; do shift; done
+cat >"\$2" <<'END'
+{
+    "monitors": [
+        {
+            "audio": {
+                "channels": 2,
+                "gaps": 1,
+                "sampleRate": 48000,
+                "samples": $2
+            },
+            "avOffsetMs": 0.25,
+            "video": {
+                "gaps": 2,
+                "height": 1080,
+                "latencyMedianMs": 1.25,
+                "lost": 3,
+                "rate": 59.944,
+                "samples": $1,
+                "subtype": "UYVY",
+                "width": 1920,
+                "withMetadata": $1
+            }
+        }
+    ]
+}
+END
+echo 'qml: Metadata: "there"' >&2
+EOF
+    chmod +x "$bin"/*
+}
+
+host 598 300
+run "$tree/demo" --seconds 1 --out "$scratch/out"
+expect "picture and sound are a success" code_is 0
+expect "the last line tells what arrived" says "^received 598 video frames (59.94 fps, 1920x1080 UYVY), 300 audio frames\
+ (48000 Hz, 2 ch), 3 gaps, latency 1.25 ms median; picture: $scratch/out/snapshot.png\$"
+host 598 0
+run "$tree/demo" --seconds 1 --out "$scratch/out"
+expect "a demo without sound fails" code_is 1
+expect "a demo without sound says so" says 'no picture or no sound arrived'
+host 0 300
+run "$tree/demo" --seconds 1 --out "$scratch/out"
+expect "a demo without a picture fails" code_is 1
+printf '#!/bin/sh\nexit 1\n' >"$bin/tavrin-host"
+run "$tree/demo" --seconds 1 --out "$scratch/out"
+expect "a demo whose host fails does so too" code_is 1
+expect "a host that fails is told" says 'the host failed'
+exit $((failures > 0))
