@@ -4,6 +4,8 @@
 
 #include <array>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -20,6 +22,23 @@ struct Endless {
 
 Endless g_endless;
 NDIlib_source_t g_source{bench::EndlessName, bench::EndlessAddress};
+
+struct Sent {
+    std::mutex mutex;
+    std::condition_variable grown;
+    std::uint64_t frames = 0; // guarded by the mutex
+};
+
+Sent g_sent;
+
+void countSentFrame()
+{
+    {
+        const std::lock_guard<std::mutex> guard(g_sent.mutex);
+        ++g_sent.frames;
+    }
+    g_sent.grown.notify_one();
+}
 
 template <class Handle>
 Handle handle()
@@ -49,6 +68,18 @@ void setEndlessVideo(NDIlib_FourCC_video_type_e fourCC, int width, int height)
 const std::uint8_t *endlessPicture(std::int64_t index)
 {
     return g_endless.pictures[static_cast<std::size_t>(index % EndlessPictures)].data();
+}
+
+void waitForSentFrames(std::uint64_t count)
+{
+    std::unique_lock<std::mutex> lock(g_sent.mutex);
+    g_sent.grown.wait(lock, [count] { return g_sent.frames >= count; });
+}
+
+std::uint64_t sentFrames()
+{
+    const std::lock_guard<std::mutex> guard(g_sent.mutex);
+    return g_sent.frames;
 }
 
 } // namespace bench
@@ -117,17 +148,25 @@ int NDIlib_recv_get_no_connections(NDIlib_recv_instance_t)
     return 1;
 }
 
-// The module's way out is not measured here: there is no sender to be had.
-
 NDIlib_send_instance_t NDIlib_send_create(const NDIlib_send_create_t *)
 {
-    return nullptr;
+    return handle<NDIlib_send_instance_t>();
 }
 
 void NDIlib_send_destroy(NDIlib_send_instance_t) {}
-void NDIlib_send_send_video_v2(NDIlib_send_instance_t, const NDIlib_video_frame_v2_t *) {}
+
+void NDIlib_send_send_video_v2(NDIlib_send_instance_t, const NDIlib_video_frame_v2_t *)
+{
+    countSentFrame();
+}
+
 void NDIlib_send_send_video_async_v2(NDIlib_send_instance_t, const NDIlib_video_frame_v2_t *) {}
-void NDIlib_send_send_audio_v2(NDIlib_send_instance_t, const NDIlib_audio_frame_v2_t *) {}
+
+void NDIlib_send_send_audio_v2(NDIlib_send_instance_t, const NDIlib_audio_frame_v2_t *)
+{
+    countSentFrame();
+}
+
 void NDIlib_send_send_metadata(NDIlib_send_instance_t, const NDIlib_metadata_frame_t *) {}
 
 bool NDIlib_send_get_tally(NDIlib_send_instance_t, NDIlib_tally_t *, uint32_t)

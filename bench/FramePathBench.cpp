@@ -3,50 +3,23 @@
 
 #include "bench/AllocationCount.h"
 #include "bench/EndlessRuntime.h"
+#include "bench/MediaPlatform.h"
 #include "bench/PictureSizes.h"
 #include "source/NDISourceMF.h"
 
-#include <QtCore/QLoggingCategory>
-
-#include <mfapi.h>
 #include <mferror.h>
 
 #include <benchmark/benchmark.h>
 
-#include <cstdio>
 #include <cstring>
-#include <stdexcept>
-#include <string>
 
 namespace
 {
 
+using bench::require;
+
 constexpr int PoolSamples = 5;
 constexpr int WarmUpFrames = 50;
-
-void require(HRESULT result, const char *what)
-{
-    if (FAILED(result)) {
-        char text[16];
-        std::snprintf(text, sizeof(text), "0x%08X", static_cast<unsigned>(result));
-        throw std::runtime_error(std::string(what) + ": " + text);
-    }
-}
-
-class MediaFoundation
-{
-public:
-    MediaFoundation()
-    {
-        // A line of the log for each frame costs more than the frame's own bookkeeping, and would be measured instead.
-        QLoggingCategory::setFilterRules(QStringLiteral("Multimedia.Tavrin.*.debug=false\n"
-                                                        "Multimedia.Tavrin.*.info=false"));
-        require(MFStartup(MF_VERSION, MFSTARTUP_FULL), "MFStartup");
-    }
-    ~MediaFoundation() { MFShutdown(); }
-    MediaFoundation(const MediaFoundation &) = delete;
-    MediaFoundation &operator=(const MediaFoundation &) = delete;
-};
 
 // A started source with its video stream, asked for one sample after the other.
 class VideoDelivery
@@ -115,7 +88,7 @@ private:
 
 void deliver(benchmark::State &state, NDIlib_FourCC_video_type_e fourCC, bool hardwareSamples, int pixelBytes)
 {
-    const MediaFoundation mediaFoundation;
+    const bench::MediaPlatform platform;
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
     bench::setEndlessVideo(fourCC, width, height);

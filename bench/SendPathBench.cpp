@@ -1,0 +1,227 @@
+// A sample's way from a stream sink that has accepted it to the runtime: the queue of the sink, the picture into the
+// staging buffer or the sound out of its interleaving, the metadata, the runtime's call. Beside it the same pictures
+// copied into one destination, as the staging buffer is one.
+
+#include "bench/AllocationCount.h"
+#include "bench/EndlessRuntime.h"
+#include "bench/MediaPlatform.h"
+#include "bench/PictureSizes.h"
+#include "sink/NDISinkMF.h"
+
+#include <mfapi.h>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <future>
+
+namespace
+{
+
+using bench::require;
+
+constexpr std::size_t PoolSamples = 5;
+constexpr std::uint64_t WarmUpSamples = 50;
+constexpr std::int64_t FrameDuration = 166667; // 100 ns units
+constexpr UINT32 SampleRate = 48000;
+constexpr UINT32 Channels = 2;
+constexpr UINT32 SoundFrames = 1602;
+
+struct Format {
+    const GUID &subtype;
+    int pixelBytes;
+};
+
+CComPtr<IMFMediaType> pictureType(const Format &format, UINT32 width, UINT32 height)
+{
+    CComPtr<IMFMediaType> type;
+    require(MFCreateMediaType(&type), "MFCreateMediaType");
+    type->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video);
+    type->SetGUID(MF_MT_SUBTYPE, format.subtype);
+    MFSetAttributeSize(type, MF_MT_FRAME_SIZE, width, height);
+    MFSetAttributeRatio(type, MF_MT_FRAME_RATE, 60, 1);
+    MFSetAttributeRatio(type, MF_MT_PIXEL_ASPECT_RATIO, 1, 1);
+    type->SetUINT32(MF_MT_INTERLACE_MODE, MFVideoInterlace_Progressive);
+    return type;
+}
+
+CComPtr<IMFMediaType> soundType()
+{
+    CComPtr<IMFMediaType> type;
+    require(MFCreateMediaType(&type), "MFCreateMediaType");
+    type->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Audio);
+    type->SetGUID(MF_MT_SUBTYPE, MFAudioFormat_Float);
+    type->SetUINT32(MF_MT_AUDIO_SAMPLES_PER_SECOND, SampleRate);
+    type->SetUINT32(MF_MT_AUDIO_NUM_CHANNELS, Channels);
+    type->SetUINT32(MF_MT_AUDIO_BITS_PER_SAMPLE, 32);
+    type->SetUINT32(MF_MT_AUDIO_BLOCK_ALIGNMENT, 4 * Channels);
+    return type;
+}
+
+CComPtr<IMFSample> sampleOf(const std::vector<std::uint8_t> &bytes)
+{
+    CComPtr<IMFSample> sample;
+    CComPtr<IMFMediaBuffer> buffer;
+    BYTE *data = nullptr;
+    require(MFCreateMemoryBuffer(static_cast<DWORD>(bytes.size()), &buffer), "MFCreateMemoryBuffer");
+    require(buffer->Lock(&data, nullptr, nullptr), "Lock");
+    std::memcpy(data, bytes.data(), bytes.size());
+    buffer->Unlock();
+    buffer->SetCurrentLength(static_cast<DWORD>(bytes.size()));
+    require(MFCreateSample(&sample), "MFCreateSample");
+    sample->AddBuffer(buffer);
+    return sample;
+}
+
+// A started sink with one stream sink, given one sample after the other as it asks for them.
+class Sending
+{
+public:
+    Sending(bool video, IMFMediaType *type, const std::vector<std::uint8_t> &contents)
+        : m_sink(new NDISinkMF({QStringLiteral("Bench"), video, !video}))
+    {
+        require(m_sink->GetStreamSinkByIndex(0, &m_stream), "GetStreamSinkByIndex");
+        CComPtr<IMFMediaTypeHandler> handler;
+        require(m_stream->GetMediaTypeHandler(&handler), "GetMediaTypeHandler");
+        require(handler->SetCurrentMediaType(type), "SetCurrentMediaType");
+        // The type is adopted on the sink's queue, before what is pushed after it.
+        std::promise<void> adopted;
+        require(m_sink->push([&adopted] {
+            adopted.set_value();
+            return S_OK;
+        }),
+                "push");
+        adopted.get_future().wait();
+        require(m_sink->OnClockStart(0, 0), "OnClockStart");
+        for (std::size_t index = 0; index < PoolSamples; ++index)
+            m_samples.push_back(sampleOf(contents));
+    }
+    ~Sending() { m_sink->Shutdown(); }
+
+    Sending(const Sending &) = delete;
+    Sending &operator=(const Sending &) = delete;
+
+    // Waits until the stream asks for a sample, and returns the one to give it.
+    IMFSample *nextSample()
+    {
+        for (MediaEventType type = MEUnknown; type != MEStreamSinkRequestSample;) {
+            CComPtr<IMFMediaEvent> event;
+            require(m_stream->GetEvent(0, &event), "GetEvent");
+            require(event->GetType(&type), "GetType");
+        }
+        IMFSample *const sample = m_samples[m_count % PoolSamples];
+        sample->SetSampleTime(static_cast<LONGLONG>(m_count++) * FrameDuration);
+        return sample;
+    }
+    void give(IMFSample *sample) { require(m_stream->ProcessSample(sample), "ProcessSample"); }
+
+private:
+    const CComPtr<NDISinkMF> m_sink;
+    CComPtr<IMFStreamSink> m_stream;
+    std::vector<CComPtr<IMFSample>> m_samples;
+    std::size_t m_count = 0;
+};
+
+void send(benchmark::State &state, Sending &sending)
+{
+    std::uint64_t sent = bench::sentFrames();
+    const auto sendNext = [&] {
+        sending.give(sending.nextSample());
+        bench::waitForSentFrames(++sent);
+    };
+    for (std::uint64_t i = 0; i < WarmUpSamples; ++i)
+        sendNext();
+    const bench::AllocationReport allocations(state);
+    for (auto unused : state) {
+        static_cast<void>(unused);
+        sendNext();
+    }
+}
+
+void sendPictures(benchmark::State &state, const Format &format)
+{
+    const bench::MediaPlatform platform;
+    const auto width = static_cast<UINT32>(state.range(0));
+    const auto height = static_cast<UINT32>(state.range(1));
+    const auto bytes = static_cast<std::size_t>(format.pixelBytes) * width * height;
+    Sending sending(true, pictureType(format, width, height), bench::noise(bytes));
+    send(state, sending);
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
+}
+
+void copyPictures(benchmark::State &state, int pixelBytes)
+{
+    const auto bytes = static_cast<std::size_t>(pixelBytes * state.range(0) * state.range(1));
+    const std::vector<std::vector<std::uint8_t>> sources(PoolSamples, bench::noise(bytes));
+    std::vector<std::uint8_t> destination = bench::noise(bytes);
+    std::size_t count = 0;
+    for (auto unused : state) {
+        static_cast<void>(unused);
+        std::memcpy(destination.data(), sources[count++ % PoolSamples].data(), bytes);
+        benchmark::ClobberMemory();
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
+}
+
+void memcpyUyvy(benchmark::State &state)
+{
+    copyPictures(state, 2);
+}
+
+void sendPathUyvy(benchmark::State &state)
+{
+    sendPictures(state, {MFVideoFormat_UYVY, 2});
+}
+
+void memcpyBgra(benchmark::State &state)
+{
+    copyPictures(state, 4);
+}
+
+void sendPathBgra(benchmark::State &state)
+{
+    sendPictures(state, {MFVideoFormat_ARGB32, 4});
+}
+
+void sendPathSound(benchmark::State &state)
+{
+    const bench::MediaPlatform platform;
+    Sending sending(false, soundType(), bench::noise(std::size_t{4} * Channels * SoundFrames));
+    send(state, sending);
+}
+
+// How long the caller of ProcessSample is kept, which is a thread of the host's pipeline.
+void processSample(benchmark::State &state)
+{
+    using Clock = std::chrono::steady_clock;
+    const bench::MediaPlatform platform;
+    Sending sending(true, pictureType({MFVideoFormat_UYVY, 2}, 1920, 1080), bench::noise(std::size_t{2} * 1920 * 1080));
+    std::uint64_t sent = bench::sentFrames();
+    std::vector<double> microseconds;
+    microseconds.reserve(1000000);
+    for (auto unused : state) {
+        static_cast<void>(unused);
+        IMFSample *const sample = sending.nextSample();
+        const Clock::time_point begin = Clock::now();
+        sending.give(sample);
+        const std::chrono::duration<double> taken = Clock::now() - begin;
+        state.SetIterationTime(taken.count());
+        microseconds.push_back(1e6 * taken.count());
+        bench::waitForSentFrames(++sent);
+    }
+    const auto middle = microseconds.begin() + static_cast<std::ptrdiff_t>(microseconds.size() / 2);
+    std::nth_element(microseconds.begin(), middle, microseconds.end());
+    state.counters["median_us"] = *middle;
+}
+
+// By the clock on the wall: the work is done on the sink's own thread.
+BENCHMARK(memcpyUyvy)->Apply(bench::pictureSizes)->UseRealTime();
+BENCHMARK(sendPathUyvy)->Apply(bench::pictureSizes)->UseRealTime();
+BENCHMARK(memcpyBgra)->Apply(bench::pictureSizes)->UseRealTime();
+BENCHMARK(sendPathBgra)->Apply(bench::pictureSizes)->UseRealTime();
+BENCHMARK(sendPathSound)->UseRealTime();
+BENCHMARK(processSample)->UseManualTime();
+
+} // namespace
