@@ -3,7 +3,7 @@
 #include "host/monitor/Recorder.h"
 #include "host/monitor/SampleConsumer.h"
 #include "host/monitor/StreamMeter.h"
-#include "host/monitor/WavWriter.h"
+#include "recording/WavWriter.h"
 
 #include <mutex>
 
@@ -35,7 +35,7 @@ public:
     void record(const QString &path);
 
 private:
-    Recorder<WavWriter> m_recorder;
+    Recorder<recording::WavWriter> m_recorder;
     mutable std::mutex m_lock; // guards everything below; never held while the disk is written
     StreamMeter m_meter;
     AudioFigures m_figures;

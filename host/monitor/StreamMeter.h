@@ -1,7 +1,7 @@
 #pragma once
 
-#include "host/monitor/Histogram.h"
 #include "hostfw/HnsTime.h"
+#include "recording/Histogram.h"
 
 #include <array>
 #include <cstdint>
@@ -46,7 +46,7 @@ private:
     static constexpr std::size_t Window = 64;
 
     StreamFigures m_figures;
-    Histogram m_jitter;
+    recording::Histogram m_jitter;
     long long m_expected = 0; // end of the last sample
     long long m_minimumLag = 0;
     bool m_hasLast = false;

@@ -61,7 +61,7 @@ void VideoConsumer::sample(IMFSample *sample, HnsTime arrival)
     m_last = sample;
     m_lastFormat = format;
     lock.unlock();
-    m_recorder.write(picture.view(), format);
+    m_recorder.write(picture.view(), recordingFormat(format));
 }
 
 VideoFigures VideoConsumer::figures() const

@@ -4,7 +4,7 @@
 #include "host/monitor/SampleConsumer.h"
 #include "host/monitor/StreamMeter.h"
 #include "host/monitor/VideoPicture.h"
-#include "host/monitor/Y4mWriter.h"
+#include "recording/Y4mWriter.h"
 
 #include "hostfw/ComPtr.h"
 
@@ -54,11 +54,11 @@ public:
 private:
     void readCode(const pattern::ConstPicture &picture, HnsTime arrival);
 
-    Recorder<Y4mWriter> m_recorder;
+    Recorder<recording::Y4mWriter> m_recorder;
     mutable std::mutex m_lock; // guards everything below; never held while the disk is written
     StreamMeter m_meter;
     VideoFigures m_figures;
-    Histogram m_latency;
+    recording::Histogram m_latency;
     QByteArray m_metadata;
     CComPtr<IMFSample> m_last;
     std::optional<VideoFormat> m_lastFormat; // of m_last

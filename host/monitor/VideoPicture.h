@@ -2,6 +2,7 @@
 
 #include "hostfw/MediaBuffers.h"
 #include "pattern/Picture.h"
+#include "recording/Y4mWriter.h"
 
 #include <QtCore/QString>
 #include <QtGui/QImage>
@@ -30,6 +31,9 @@ QString subtypeName(const GUID &subtype);
 // Whether pictures of that subtype can be looked at: UYVY, YUY2, NV12, RGB32, ARGB32.
 bool isReadable(const GUID &subtype);
 
+// What a recording says about pictures of that format.
+recording::Y4mFormat recordingFormat(const VideoFormat &format);
+
 // A sample's picture, mapped for the object's lifetime.
 class SamplePicture
 {
@@ -45,7 +49,7 @@ private:
     pattern::ConstPicture m_picture;
 };
 
-// A copy in RGB. Y'CbCr is taken for BT.709 from 720 lines up, else for BT.601, in video range.
+// A copy in RGB, with the alpha of ARGB32.
 QImage toImage(const pattern::ConstPicture &picture, const GUID &subtype);
 
 } // namespace host

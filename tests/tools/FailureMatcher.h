@@ -1,13 +1,13 @@
 #pragma once
 
-#include "ndi/tools/ndi-send/Failure.h"
+#include "ndi/tools/common/Failure.h"
 
 #include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
 
-namespace ndisend
+namespace nditools
 {
 
 // Runs the action, which must end with a Failure of that code whose text holds every one of those words.
@@ -24,4 +24,4 @@ void expectFailure(ExitCode code, const std::vector<std::string> &words, Action 
     }
 }
 
-} // namespace ndisend
+} // namespace nditools

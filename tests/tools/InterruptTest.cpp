@@ -1,4 +1,4 @@
-#include "ndi/tools/ndi-send/Interrupt.h"
+#include "ndi/tools/common/Interrupt.h"
 #include "ndi/tools/ndi-send/Input.h"
 #include "tests/tools/SenderProcess.h"
 
@@ -29,10 +29,10 @@ protected:
     [[noreturn]] void readAfterTheSignal(int signal) const
     {
         alarm(Patience);
-        ndisend::catchInterrupts();
+        nditools::catchInterrupts();
         std::raise(signal);
         ndisend::Input input(QStringLiteral("video"), m_path);
-        std::_Exit(input.stream().get() == EOF && ndisend::interrupted() ? 0 : 1);
+        std::_Exit(input.stream().get() == EOF && nditools::interrupted() ? 0 : 1);
     }
 
     const QTemporaryDir m_folder;
@@ -99,7 +99,7 @@ TEST_F(SilentPipe, EndsWhenTheSignalCameBeforeTheRead)
 TEST_F(SilentPipe, EndsTheProgramWithTheSecondSignal)
 {
     const auto twice = [] {
-        ndisend::catchInterrupts();
+        nditools::catchInterrupts();
         std::raise(SIGINT);
         std::raise(SIGTERM);
         std::_Exit(0);

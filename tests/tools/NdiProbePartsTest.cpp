@@ -1,7 +1,7 @@
+#include "ndi/tools/common/SenderChoice.h"
 #include "tools/ndi-probe/Failure.h"
 #include "tools/ndi-probe/Findings.h"
 #include "tools/ndi-probe/Options.h"
-#include "tools/ndi-probe/SenderChoice.h"
 
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -11,6 +11,7 @@
 #include <functional>
 
 using namespace ndiprobe;
+using nditools::chooseSender;
 
 namespace
 {
@@ -66,7 +67,7 @@ TEST(NdiProbeOptions, AnswerHelpAndVersionWithoutAName)
     EXPECT_TRUE(textFor("--version").startsWith("ndi-probe "));
 }
 
-TEST(NdiProbeSenderChoice, PrefersTheFullNameToThePartInBracketsToAnyPart)
+TEST(SenderChoice, PrefersTheFullNameToThePartInBracketsToAnyPart)
 {
     EXPECT_EQ(chooseSender(Names, "Cam"), 5);
     EXPECT_EQ(chooseSender(Names.mid(0, 5), "Cam"), 0);
@@ -75,13 +76,13 @@ TEST(NdiProbeSenderChoice, PrefersTheFullNameToThePartInBracketsToAnyPart)
     EXPECT_EQ(chooseSender(Names, "Desk"), 2);
 }
 
-TEST(NdiProbeSenderChoice, FindsNothingWhereNothingFits)
+TEST(SenderChoice, FindsNothingWhereNothingFits)
 {
     EXPECT_EQ(chooseSender(Names, "cam"), std::nullopt);
     EXPECT_EQ(chooseSender({}, "Cam"), std::nullopt);
 }
 
-TEST(NdiProbeSenderChoice, RefusesANameThatFitsSeveral)
+TEST(SenderChoice, RefusesANameThatFitsSeveral)
 {
     expectWrongUse("'Talk' fits more than one sender: 'B (Talk)', 'C (Talk)'", [] { chooseSender(Names, "Talk"); });
     expectWrongUse("'A (' fits more than one sender: 'A (Cam)', 'A (Cam 2)'", [] { chooseSender(Names, "A ("); });

@@ -1,5 +1,7 @@
 #include "ndi/tools/ndi-send/Summary.h"
 
+#include "ndi/tools/common/SummaryFile.h"
+
 #include "tests/tools/FailureMatcher.h"
 
 #include <QtCore/QFile>
@@ -10,6 +12,7 @@
 #include <gtest/gtest.h>
 
 using namespace ndisend;
+using nditools::SummaryFile;
 
 namespace
 {
@@ -58,7 +61,7 @@ TEST(SummaryFile, IsThereOnlyWhenItIsComplete)
         EXPECT_FALSE(QFile::exists(path));
     }
     EXPECT_FALSE(QFile::exists(path));
-    SummaryFile(path).write(Summary());
+    SummaryFile(path).write(Summary().toJson());
     EXPECT_TRUE(QFile::exists(path));
 }
 

@@ -1,5 +1,7 @@
 #include "tools/ndi-probe/Findings.h"
 
+#include "ndi/tools/common/FourCC.h"
+
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QStringList>
@@ -29,15 +31,6 @@ QString fieldsName(NDIlib_frame_format_type_e type)
     return QStringLiteral("unknown");
 }
 
-// The four characters in memory order.
-QString fourCCName(NDIlib_FourCC_video_type_e fourCC)
-{
-    QString name;
-    for (int byte = 0; byte < 4; ++byte)
-        name.append(QLatin1Char(static_cast<char>(static_cast<quint32>(fourCC) >> (8 * byte))));
-    return name;
-}
-
 QString metadataNote(bool hasFrameMetadata)
 {
     return hasFrameMetadata ? QStringLiteral(", with frame metadata") : QString();
@@ -47,7 +40,7 @@ QString lineOf(const FoundVideo &video)
 {
     const auto &format = video.format;
     return QStringLiteral("%1 %2x%3 at %4/%5, %6%7")
-        .arg(fourCCName(format.FourCC))
+        .arg(QString::fromStdString(nditools::fourCCText(format.FourCC)))
         .arg(format.xres)
         .arg(format.yres)
         .arg(format.frame_rate_N)
@@ -72,7 +65,7 @@ QString lineOrNone(const std::optional<Found> &found)
 QJsonObject objectOf(const FoundVideo &video)
 {
     const auto &format = video.format;
-    return {{QStringLiteral("format"), fourCCName(format.FourCC)},
+    return {{QStringLiteral("format"), QString::fromStdString(nditools::fourCCText(format.FourCC))},
             {QStringLiteral("width"), format.xres},
             {QStringLiteral("height"), format.yres},
             {QStringLiteral("rateNumerator"), format.frame_rate_N},

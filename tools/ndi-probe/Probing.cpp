@@ -28,10 +28,10 @@ struct ReceiverDeleter {
 };
 using Receiver = std::unique_ptr<std::remove_pointer_t<NDIlib_recv_instance_t>, ReceiverDeleter>;
 
-Receiver connectTo(const NDIInput &sender)
+Receiver connectTo(const nditools::FoundSender &sender)
 {
-    const QByteArray name = sender.name().toUtf8();
-    const QByteArray address = sender.address().toUtf8();
+    const QByteArray name = sender.name.toUtf8();
+    const QByteArray address = sender.address.toUtf8();
     NDIlib_recv_create_t settings;
     settings.source_to_connect_to.p_ndi_name = name.constData();
     settings.source_to_connect_to.p_url_address = address.constData();
@@ -52,9 +52,9 @@ std::unique_ptr<QThread> threadFor(NDIProbe &probe)
     }));
 }
 
-[[noreturn]] void leave(const NDIInput &sender)
+[[noreturn]] void leave(const nditools::FoundSender &sender)
 {
-    std::fprintf(stderr, "ndi-probe: '%s' is on the network, but delivers nothing\n", qPrintable(sender.name()));
+    std::fprintf(stderr, "ndi-probe: '%s' is on the network, but delivers nothing\n", qPrintable(sender.name));
     std::_Exit(static_cast<int>(ExitCode::NothingDelivered));
 }
 
@@ -85,7 +85,7 @@ std::optional<FoundAudio> audioOf(const NDIProbe &probe)
 
 } // namespace
 
-Findings probeSender(const NDIInput &sender, std::chrono::milliseconds patience)
+Findings probeSender(const nditools::FoundSender &sender, std::chrono::milliseconds patience)
 {
     const Receiver receiver = connectTo(sender);
     NDIProbe probe(receiver.get());
@@ -96,9 +96,9 @@ Findings probeSender(const NDIInput &sender, std::chrono::milliseconds patience)
     if (FAILED(probe.status()))
         throw Failure(ExitCode::NothingDelivered,
                       QStringLiteral("the probe of '%1' failed (0x%2)")
-                          .arg(sender.name())
+                          .arg(sender.name)
                           .arg(static_cast<quint32>(probe.status()), 8, 16, QLatin1Char('0')));
-    return {sender.name(), sender.address(), videoOf(probe), audioOf(probe)};
+    return {sender.name, sender.address, videoOf(probe), audioOf(probe)};
 }
 
 } // namespace ndiprobe

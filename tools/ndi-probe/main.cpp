@@ -1,7 +1,8 @@
+#include "ndi/tools/common/Runtime.h"
+#include "ndi/tools/common/SenderWait.h"
 #include "tools/ndi-probe/Failure.h"
 #include "tools/ndi-probe/Options.h"
 #include "tools/ndi-probe/Probing.h"
-#include "tools/ndi-probe/SenderWait.h"
 
 #include <QtCore/QCoreApplication>
 #include <QtCore/QLoggingCategory>
@@ -42,25 +43,12 @@ private:
     const HRESULT m_result;
 };
 
-class Runtime
-{
-public:
-    Runtime()
-    {
-        if (!NDIlib_initialize())
-            throw Failure(ExitCode::NoRuntime, QStringLiteral("the NDI runtime does not start on this machine"));
-    }
-    ~Runtime() { NDIlib_destroy(); }
-
-    Runtime(const Runtime &) = delete;
-    Runtime &operator=(const Runtime &) = delete;
-};
-
 Findings find(const Options &options)
 {
     const MediaFoundation mediaFoundation;
-    const Runtime runtime;
-    return probeSender(waitForSender(options.name, options.patience), options.patience);
+    const nditools::Runtime runtime;
+    // Interrupts are not caught: there is a sender, or a Failure.
+    return probeSender(*nditools::waitForSender(options.name, options.patience), options.patience);
 }
 
 QByteArray textFor(const ParsedOptions &parsed)

@@ -1,6 +1,6 @@
 #include "ndi/tools/ndi-send/ByteFile.h"
 
-#include "ndi/tools/ndi-send/Interrupt.h"
+#include "ndi/tools/common/Interrupt.h"
 
 #include <QtCore/QFile>
 
@@ -27,7 +27,7 @@ ByteFile::~ByteFile()
 
 std::size_t ByteFile::read(char *to, std::size_t count)
 {
-    while (waitUntilReadable(m_descriptor)) {
+    while (nditools::waitUntilReadable(m_descriptor)) {
         const ssize_t taken = ::read(m_descriptor, to, count);
         if (taken >= 0)
             return static_cast<std::size_t>(taken);

@@ -1,6 +1,6 @@
 #include "ndi/tools/ndi-send/ByteFile.h"
 
-#include "ndi/tools/ndi-send/Interrupt.h"
+#include "ndi/tools/common/Interrupt.h"
 
 #include <algorithm>
 #include <climits>
@@ -30,7 +30,7 @@ ByteFile::~ByteFile()
 
 std::size_t ByteFile::read(char *to, std::size_t count)
 {
-    if (!waitUntilReadable(m_descriptor))
+    if (!nditools::waitUntilReadable(m_descriptor))
         return 0;
     const int taken = _read(m_descriptor, to, static_cast<unsigned>(std::min<std::size_t>(count, INT_MAX)));
     return taken > 0 ? static_cast<std::size_t>(taken) : 0;

@@ -1,8 +1,8 @@
 #include "ndi/tools/ndi-send/Options.h"
 
+#include "ndi/tools/common/CommandLine.h"
 #include "ndi/tools/ndi-send/Failure.h"
 
-#include <QtCore/QCommandLineParser>
 #include <QtCore/QFile>
 
 namespace ndisend
@@ -11,14 +11,18 @@ namespace ndisend
 namespace
 {
 
+using nditools::CommandLine;
+using nditools::refuse;
+using nditools::refuseValue;
+using nditools::Usage;
+
 constexpr int LargestSide = 16384;  // pixels
 constexpr int MostRate = 1'000'000; // numerator and denominator
 constexpr int MostFramesPerSecond = 1000;
 constexpr int MostChannels = 64;
 constexpr int LowestSampleRate = 8000;
 constexpr int HighestSampleRate = 384000;
-constexpr qint64 MostMetadata = 1 << 20;           // bytes
-constexpr double LongestRun = 10 * 365.25 * 86400; // seconds
+constexpr qint64 MostMetadata = 1 << 20; // bytes
 
 struct FormatName {
     const char *name;
@@ -39,25 +43,6 @@ const char Description[] =
     "Ends at the end of --video (else of --audio), after --frames or --duration, or when interrupted.\n"
     "Exit status: 0 done, 64 wrong use, 65 bad input data, 66 input not found,\n"
     "70 no NDI runtime, 73 summary cannot be written.";
-
-[[noreturn]] void refuse(const QString &option, const QString &why)
-{
-    throw Failure(ExitCode::Usage, QStringLiteral("--%1: %2").arg(option, why).toStdString());
-}
-
-[[noreturn]] void refuseValue(const QString &option, const QString &value, const QString &wanted)
-{
-    refuse(option, QStringLiteral("'%1' is not %2").arg(value, wanted));
-}
-
-int parseInteger(const QString &option, const QString &value, int least, int most)
-{
-    bool ok = false;
-    const int number = value.toInt(&ok);
-    if (!ok || number < least || number > most)
-        refuseValue(option, value, QStringLiteral("a whole number from %1 to %2").arg(least).arg(most));
-    return number;
-}
 
 void parseSize(const QString &value, Options &options)
 {
@@ -92,24 +77,6 @@ NDIlib_FourCC_video_type_e parseFormat(const QString &value)
     refuseValue(QStringLiteral("format"), value, QStringLiteral("UYVY, BGRA or BGRX"));
 }
 
-std::int64_t parseFrames(const QString &value)
-{
-    bool ok = false;
-    const qlonglong frames = value.toLongLong(&ok);
-    if (!ok || frames < 1 || frames > (1LL << 40))
-        refuseValue(QStringLiteral("frames"), value, QStringLiteral("a number of frames"));
-    return frames;
-}
-
-double parseSeconds(const QString &value)
-{
-    bool ok = false;
-    const double seconds = value.toDouble(&ok);
-    if (!ok || !(seconds > 0) || seconds > LongestRun)
-        refuseValue(QStringLiteral("duration"), value, QStringLiteral("a number of seconds"));
-    return seconds;
-}
-
 std::string parseText(const QString &option, const QString &value)
 {
     if (!value.startsWith(QLatin1Char('@')))
@@ -128,63 +95,31 @@ std::string parseText(const QString &option, const QString &value)
     return text.toStdString();
 }
 
-class CommandLine
+Usage usage()
 {
-public:
-    explicit CommandLine(const QStringList &arguments);
-
-    bool has(const char *option) const { return m_parser.isSet(QLatin1String(option)); }
-    QString value(const char *option) const { return m_parser.value(QLatin1String(option)); }
-    QString helpText() const { return m_parser.helpText(); }
-
-    void refuseTogether(const char *option, const char *other, const char *why) const
-    {
-        if (has(option) && has(other))
-            refuse(QLatin1String(option), QStringLiteral("does not go with --%1: %2").arg(other, why));
-    }
-
-private:
-    void add(const char *name, const char *description, const char *valueName = nullptr)
-    {
-        m_parser.addOption(
-            QCommandLineOption(QLatin1String(name), QLatin1String(description), QLatin1String(valueName)));
-    }
-
-    QCommandLineParser m_parser;
-};
-
-CommandLine::CommandLine(const QStringList &arguments)
-{
-    m_parser.setApplicationDescription(QLatin1String(Description));
-    add("name", "Name of the sender. Default: ndi-send.", "name");
-    add("video", "Publish a y4m file (8 bit, 4:2:0, 4:2:2 or 4:4:4), or - for standard input.", "file");
-    add("audio", "Publish a wav file (PCM 16, 24 or 32 bit, or float), or - for standard input.", "file");
-    add("loop", "Start the files again when they end.");
-    add("size", "Size of the pattern. Default: 1920x1080.", "WxH");
-    add("rate", "Frames per second. Default: 25, or the file's own.", "N[/D]");
-    add("format", "Pixel format of the pattern: UYVY, BGRA or BGRX. Default: UYVY.", "fourcc");
-    add("interleaved", "Publish frames of two interleaved fields, upper field first.");
-    add("progressive", "Publish progressive frames. Default, unless the file says otherwise.");
-    add("channels", "Channels of the tone. Default: 2.", "number");
-    add("sample-rate", "Sample rate of the tone. Default: 48000.", "Hz");
-    add("no-audio", "Publish no audio.");
-    add("no-video", "Publish no video.");
-    add("frames", "End after so many frames.", "number");
-    add("duration", "End after so many seconds.", "seconds");
-    add("metadata", "Send this text, or a file's, as it is: to each new connection and then once a second.",
-        "text|@file");
-    add("frame-metadata", "Attach this text, or a file's, as it is, to every frame.", "text|@file");
-    add("json", "Write a summary of the run to a file.", "file");
-    add("quiet", "Print errors only.");
-    m_parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("Print this text.")});
-    m_parser.addOption({{QStringLiteral("v"), QStringLiteral("version")}, QStringLiteral("Print the version.")});
-
-    if (!m_parser.parse(arguments))
-        throw Failure(ExitCode::Usage, m_parser.errorText().toStdString());
-    if (!m_parser.positionalArguments().isEmpty())
-        throw Failure(ExitCode::Usage, QStringLiteral("'%1' is not an option; see --help")
-                                           .arg(m_parser.positionalArguments().first())
-                                           .toStdString());
+    return {Description,
+            {
+                {"name", "Name of the sender. Default: ndi-send.", "name"},
+                {"video", "Publish a y4m file (8 bit, 4:2:0, 4:2:2 or 4:4:4), or - for standard input.", "file"},
+                {"audio", "Publish a wav file (PCM 16, 24 or 32 bit, or float), or - for standard input.", "file"},
+                {"loop", "Start the files again when they end."},
+                {"size", "Size of the pattern. Default: 1920x1080.", "WxH"},
+                {"rate", "Frames per second. Default: 25, or the file's own.", "N[/D]"},
+                {"format", "Pixel format of the pattern: UYVY, BGRA or BGRX. Default: UYVY.", "fourcc"},
+                {"interleaved", "Publish frames of two interleaved fields, upper field first."},
+                {"progressive", "Publish progressive frames. Default, unless the file says otherwise."},
+                {"channels", "Channels of the tone. Default: 2.", "number"},
+                {"sample-rate", "Sample rate of the tone. Default: 48000.", "Hz"},
+                {"no-audio", "Publish no audio."},
+                {"no-video", "Publish no video."},
+                {"frames", "End after so many frames.", "number"},
+                {"duration", "End after so many seconds.", "seconds"},
+                {"metadata", "Send this text, or a file's, as it is: to each new connection and then once a second.",
+                 "text|@file"},
+                {"frame-metadata", "Attach this text, or a file's, as it is, to every frame.", "text|@file"},
+                {"json", "Write a summary of the run to a file.", "file"},
+                {"quiet", "Print errors only."},
+            }};
 }
 
 void checkCombinations(const CommandLine &line)
@@ -208,10 +143,7 @@ void checkCombinations(const CommandLine &line)
         refuse(QStringLiteral("loop"), QStringLiteral("standard input cannot be started again"));
     if (line.has("loop") && !line.has("video") && !line.has("audio"))
         refuse(QStringLiteral("loop"), QStringLiteral("needs --video or --audio; the pattern never ends"));
-    for (const char *option : {"name", "video", "audio", "json"}) {
-        if (line.has(option) && line.value(option).isEmpty())
-            refuse(QLatin1String(option), QStringLiteral("must not be empty"));
-    }
+    line.refuseEmpty({"name", "video", "audio", "json"});
 }
 
 Options optionsOf(const CommandLine &line)
@@ -235,14 +167,13 @@ Options optionsOf(const CommandLine &line)
     if (line.has("interleaved") || line.has("progressive"))
         options.interlaced = line.has("interleaved");
     if (line.has("channels"))
-        options.channels = parseInteger(QStringLiteral("channels"), line.value("channels"), 1, MostChannels);
+        options.channels = line.integer("channels", 1, MostChannels);
     if (line.has("sample-rate"))
-        options.sampleRate =
-            parseInteger(QStringLiteral("sample-rate"), line.value("sample-rate"), LowestSampleRate, HighestSampleRate);
+        options.sampleRate = line.integer("sample-rate", LowestSampleRate, HighestSampleRate);
     if (line.has("frames"))
-        options.frames = parseFrames(line.value("frames"));
+        options.frames = line.frames("frames");
     if (line.has("duration"))
-        options.seconds = parseSeconds(line.value("duration"));
+        options.seconds = line.seconds("duration");
     if (line.has("metadata"))
         options.metadata = parseText(QStringLiteral("metadata"), line.value("metadata"));
     if (line.has("frame-metadata"))
@@ -256,7 +187,7 @@ Options optionsOf(const CommandLine &line)
 
 ParsedOptions parseOptions(const QStringList &arguments)
 {
-    const CommandLine line(arguments);
+    const CommandLine line(usage(), arguments);
     if (line.has("help"))
         return {{}, line.helpText()};
     if (line.has("version"))

@@ -1,6 +1,6 @@
 #include "ndi/tools/ndi-send/Pace.h"
 
-#include "ndi/tools/ndi-send/Interrupt.h"
+#include "ndi/tools/common/Interrupt.h"
 
 #include <algorithm>
 #include <thread>
@@ -36,9 +36,9 @@ bool Pace::waitFor(std::int64_t frame)
     if (now - due > std::max<Clock::duration>(LatestFrame, 2 * startOf(1)))
         m_start = now - startOf(frame);
 
-    for (; now < due && !interrupted(); now = Clock::now())
+    for (; now < due && !nditools::interrupted(); now = Clock::now())
         std::this_thread::sleep_until(std::min<Clock::time_point>(due, now + LongestSleep));
-    return !interrupted();
+    return !nditools::interrupted();
 }
 
 } // namespace ndisend

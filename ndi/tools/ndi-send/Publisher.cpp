@@ -1,7 +1,8 @@
 #include "ndi/tools/ndi-send/Publisher.h"
 
+#include "ndi/tools/common/FourCC.h"
+#include "ndi/tools/common/Interrupt.h"
 #include "ndi/tools/ndi-send/Failure.h"
-#include "ndi/tools/ndi-send/Interrupt.h"
 #include "ndi/tools/ndi-send/Pace.h"
 #include "ndi/tools/ndi-send/TallyWatcher.h"
 
@@ -25,19 +26,10 @@ const char *textOrNull(const std::string &text)
     return text.empty() ? nullptr : text.c_str();
 }
 
-std::string fourCCText(NDIlib_FourCC_video_type_e fourCC)
-{
-    const auto bits = static_cast<std::uint32_t>(fourCC);
-    std::string text;
-    for (int shift = 0; shift < 32; shift += 8)
-        text += static_cast<char>(bits >> shift & 0xff);
-    return text;
-}
-
 } // namespace
 
 Publisher::Publisher(const Options &options, std::unique_ptr<VideoSource> video, std::unique_ptr<AudioSource> audio,
-                     StatusLines &lines)
+                     nditools::StatusLines &lines)
     : m_options(options), m_video(std::move(video)), m_audio(std::move(audio)), m_lines(lines),
       m_rate(m_video ? m_video->format().rate : options.rate.value_or(pattern::FrameRate{})),
       m_limit(limitOf(options, m_rate))
@@ -89,7 +81,9 @@ void Publisher::publishFrames(const TallyWatcher &watcher)
     if (m_video)
         NDIlib_send_send_video_async_v2(m_sender.get(), nullptr);
 
-    m_summary.ended = QLatin1String(interrupted() ? "interrupt" : m_limit && frame == *m_limit ? "limit" : "input");
+    m_summary.ended = QLatin1String(nditools::interrupted()        ? "interrupt"
+                                    : m_limit && frame == *m_limit ? "limit"
+                                                                   : "input");
     m_summary.lateFrames = pace.lateFrames();
     m_summary.seconds = std::chrono::duration<double>(Clock::now() - start).count();
 }
@@ -110,7 +104,7 @@ bool Publisher::prepare(std::int64_t frame)
         return more || !m_options.videoFile.isEmpty();
     } catch (const Failure &) {
         // Whoever interrupts a pipeline cuts its last frame short.
-        if (interrupted())
+        if (nditools::interrupted())
             return false;
         throw;
     }
@@ -186,8 +180,8 @@ std::string Publisher::description() const
     if (m_video) {
         const VideoFormat format = m_video->format();
         text += ", " + std::to_string(format.width) + "x" + std::to_string(format.height) + " " +
-                fourCCText(format.fourCC) + " " + (format.interlaced ? "interleaved" : "progressive") + " at " +
-                std::to_string(m_rate.numerator) + "/" + std::to_string(m_rate.denominator);
+                nditools::fourCCText(format.fourCC) + " " + (format.interlaced ? "interleaved" : "progressive") +
+                " at " + std::to_string(m_rate.numerator) + "/" + std::to_string(m_rate.denominator);
     }
     if (m_audio) {
         const AudioFormat format = m_audio->format();

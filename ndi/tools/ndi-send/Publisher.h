@@ -3,9 +3,9 @@
 // Sends the frames of the sources at their time. Frame n has the timecode n x frame duration; the sound that belongs
 // to it is sent just before it, cut at the frame boundaries, with the timecode of its first sample.
 
+#include "ndi/tools/common/StatusLines.h"
 #include "ndi/tools/ndi-send/Options.h"
 #include "ndi/tools/ndi-send/Sources.h"
-#include "ndi/tools/ndi-send/StatusLines.h"
 #include "ndi/tools/ndi-send/Summary.h"
 
 #include <memory>
@@ -22,7 +22,7 @@ class Publisher
 public:
     // Either source may be missing, not both.
     Publisher(const Options &options, std::unique_ptr<VideoSource> video, std::unique_ptr<AudioSource> audio,
-              StatusLines &lines);
+              nditools::StatusLines &lines);
     ~Publisher();
 
     Publisher(const Publisher &) = delete;
@@ -49,7 +49,7 @@ private:
     const Options m_options;
     const std::unique_ptr<VideoSource> m_video;
     const std::unique_ptr<AudioSource> m_audio;
-    StatusLines &m_lines;
+    nditools::StatusLines &m_lines;
     const pattern::FrameRate m_rate;
     const std::optional<std::int64_t> m_limit; // frames
     Sender m_sender;

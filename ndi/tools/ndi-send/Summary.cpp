@@ -1,7 +1,5 @@
 #include "ndi/tools/ndi-send/Summary.h"
 
-#include "ndi/tools/ndi-send/Failure.h"
-
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 
@@ -38,25 +36,6 @@ QByteArray Summary::toJson() const
                               {QStringLiteral("tally"), tally},
                               {QStringLiteral("connections"), connections}};
     return QJsonDocument(summary).toJson();
-}
-
-SummaryFile::SummaryFile(const QString &path) : m_file(path)
-{
-    if (!m_file.open(QIODevice::WriteOnly))
-        refuse();
-}
-
-void SummaryFile::write(const Summary &summary)
-{
-    m_file.write(summary.toJson());
-    if (!m_file.commit())
-        refuse();
-}
-
-void SummaryFile::refuse() const
-{
-    throw Failure(ExitCode::CannotCreate,
-                  QStringLiteral("--json: %1: %2").arg(m_file.fileName(), m_file.errorString()).toStdString());
 }
 
 } // namespace ndisend

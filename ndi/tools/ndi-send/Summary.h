@@ -1,9 +1,8 @@
 #pragma once
 
-// What happened in a run, and the file that says so.
+// What happened in a run.
 
 #include <QtCore/QByteArray>
-#include <QtCore/QSaveFile>
 #include <QtCore/QString>
 
 #include <cstdint>
@@ -45,21 +44,6 @@ struct Summary {
     ReceiverRecord receivers;
 
     QByteArray toJson() const;
-};
-
-// The file of --json. It is opened before anything is published, so that a wrong name does not cost a run, and takes
-// its place only when it is complete.
-class SummaryFile
-{
-public:
-    // Throws a Failure when the file cannot be written.
-    explicit SummaryFile(const QString &path);
-    void write(const Summary &summary);
-
-private:
-    [[noreturn]] void refuse() const;
-
-    QSaveFile m_file;
 };
 
 } // namespace ndisend

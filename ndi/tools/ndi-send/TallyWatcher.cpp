@@ -18,7 +18,7 @@ std::string onOff(bool on)
 
 } // namespace
 
-TallyWatcher::TallyWatcher(NDIlib_send_instance_t sender, StatusLines &lines)
+TallyWatcher::TallyWatcher(NDIlib_send_instance_t sender, nditools::StatusLines &lines)
     : m_sender(sender), m_lines(lines), m_thread([this] { watch(); })
 {
 }

@@ -3,7 +3,7 @@
 // Follows the tally and the number of receivers of a sender on a thread of its own, so that changes are told at once
 // however slow the frames are, and prints each change. The sender must outlive the watcher.
 
-#include "ndi/tools/ndi-send/StatusLines.h"
+#include "ndi/tools/common/StatusLines.h"
 #include "ndi/tools/ndi-send/Summary.h"
 
 #include <Processing.NDI.Interface.h>
@@ -18,7 +18,7 @@ namespace ndisend
 class TallyWatcher
 {
 public:
-    TallyWatcher(NDIlib_send_instance_t sender, StatusLines &lines);
+    TallyWatcher(NDIlib_send_instance_t sender, nditools::StatusLines &lines);
     ~TallyWatcher();
 
     TallyWatcher(const TallyWatcher &) = delete;
@@ -32,7 +32,7 @@ private:
     void noteConnections(int connections);
 
     const NDIlib_send_instance_t m_sender;
-    StatusLines &m_lines;
+    nditools::StatusLines &m_lines;
     mutable std::mutex m_mutex;
     ReceiverRecord m_record; // guarded by m_mutex
     std::atomic<bool> m_stop{false};

@@ -1,5 +1,7 @@
+#include "ndi/tools/common/Interrupt.h"
+#include "ndi/tools/common/Runtime.h"
+#include "ndi/tools/common/SummaryFile.h"
 #include "ndi/tools/ndi-send/Failure.h"
-#include "ndi/tools/ndi-send/Interrupt.h"
 #include "ndi/tools/ndi-send/Options.h"
 #include "ndi/tools/ndi-send/PatternSource.h"
 #include "ndi/tools/ndi-send/Publisher.h"
@@ -15,20 +17,6 @@ using namespace ndisend;
 
 namespace
 {
-
-class Runtime
-{
-public:
-    Runtime()
-    {
-        if (!NDIlib_initialize())
-            throw Failure(ExitCode::NoRuntime, "the NDI runtime does not start on this machine");
-    }
-    ~Runtime() { NDIlib_destroy(); }
-
-    Runtime(const Runtime &) = delete;
-    Runtime &operator=(const Runtime &) = delete;
-};
 
 std::unique_ptr<VideoSource> makeVideo(const Options &options)
 {
@@ -57,18 +45,18 @@ std::unique_ptr<AudioSource> makeAudio(const Options &options)
 
 void publish(const Options &options)
 {
-    catchInterrupts();
-    std::optional<SummaryFile> summaryFile;
+    nditools::catchInterrupts();
+    std::optional<nditools::SummaryFile> summaryFile;
     if (!options.jsonFile.isEmpty())
         summaryFile.emplace(options.jsonFile);
     auto video = makeVideo(options);
     auto audio = makeAudio(options);
 
-    const Runtime runtime;
-    StatusLines lines(options.quiet);
+    const nditools::Runtime runtime;
+    nditools::StatusLines lines(options.quiet);
     const Summary summary = Publisher(options, std::move(video), std::move(audio), lines).run();
     if (summaryFile)
-        summaryFile->write(summary);
+        summaryFile->write(summary.toJson());
 }
 
 } // namespace
@@ -85,7 +73,7 @@ int main(int argc, char *argv[])
         return static_cast<int>(ExitCode::Success);
     } catch (const Failure &failure) {
         // A header that was still awaited.
-        if (failure.code() == ExitCode::BadData && interrupted())
+        if (failure.code() == ExitCode::BadData && nditools::interrupted())
             return static_cast<int>(ExitCode::Success);
         std::fprintf(stderr, "ndi-send: %s\n", failure.what());
         return static_cast<int>(failure.code());

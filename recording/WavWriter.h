@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-namespace host
+namespace recording
 {
 
 // Writes interleaved 32-bit float sound to a RIFF/WAVE file. The lengths in its header are right once it is closed. A
@@ -35,4 +35,4 @@ private:
     std::uint64_t m_dataBytes = 0;
 };
 
-} // namespace host
+} // namespace recording

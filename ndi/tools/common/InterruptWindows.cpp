@@ -1,4 +1,4 @@
-#include "ndi/tools/ndi-send/Interrupt.h"
+#include "ndi/tools/common/Interrupt.h"
 
 #include <atomic>
 #include <csignal>
@@ -7,7 +7,7 @@
 
 #include <io.h>
 
-namespace ndisend
+namespace nditools
 {
 
 namespace
@@ -53,4 +53,4 @@ bool waitUntilReadable(int descriptor)
     return !interrupted();
 }
 
-} // namespace ndisend
+} // namespace nditools

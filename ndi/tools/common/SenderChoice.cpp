@@ -1,8 +1,8 @@
-#include "tools/ndi-probe/SenderChoice.h"
+#include "ndi/tools/common/SenderChoice.h"
 
-#include "tools/ndi-probe/Failure.h"
+#include "ndi/tools/common/Failure.h"
 
-namespace ndiprobe
+namespace nditools
 {
 
 namespace
@@ -38,4 +38,4 @@ QString quotedNames(const QStringList &names)
     return QStringLiteral("'%1'").arg(names.join(QStringLiteral("', '")));
 }
 
-} // namespace ndiprobe
+} // namespace nditools

@@ -2,7 +2,7 @@
 
 // Being asked to end, and waiting for input until then. One source file for each kind of system.
 
-namespace ndisend
+namespace nditools
 {
 
 // From now on the first Ctrl-C or request to terminate only sets interrupted(), and ends waits for input; a second one
@@ -13,4 +13,4 @@ bool interrupted();
 // Waits until there are bytes to read, or their end. False once the program is interrupted, also when that was before.
 bool waitUntilReadable(int descriptor);
 
-} // namespace ndisend
+} // namespace nditools

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string>
 
-namespace ndisend
+namespace nditools
 {
 
 class StatusLines
@@ -20,4 +20,4 @@ private:
     std::mutex m_mutex; // one line at a time
 };
 
-} // namespace ndisend
+} // namespace nditools

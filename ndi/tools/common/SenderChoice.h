@@ -7,7 +7,7 @@
 
 #include <optional>
 
-namespace ndiprobe
+namespace nditools
 {
 
 // The index of the full name that is `name`, else of the one that has it as the part in brackets, else of the only one
@@ -17,4 +17,4 @@ std::optional<int> chooseSender(const QStringList &fullNames, const QString &nam
 // For a sentence: the names in quotes, with commas between.
 QString quotedNames(const QStringList &names);
 
-} // namespace ndiprobe
+} // namespace nditools

@@ -1,11 +1,11 @@
-#include "host/monitor/Histogram.h"
+#include "recording/Histogram.h"
 
 #include <gtest/gtest.h>
 
 namespace
 {
 
-using host::Histogram;
+using recording::Histogram;
 
 TEST(Histogram, IsZeroWhenEmpty)
 {

@@ -1,9 +1,9 @@
-#include "host/monitor/Histogram.h"
+#include "recording/Histogram.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace host
+namespace recording
 {
 
 namespace
@@ -56,4 +56,4 @@ double Histogram::valueOf(int bin)
     return FineBins * FineStep * std::pow(CoarseGrowth, bin - FineBins + 0.5);
 }
 
-} // namespace host
+} // namespace recording

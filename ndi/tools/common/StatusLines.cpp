@@ -1,8 +1,8 @@
-#include "ndi/tools/ndi-send/StatusLines.h"
+#include "ndi/tools/common/StatusLines.h"
 
 #include <cstdio>
 
-namespace ndisend
+namespace nditools
 {
 
 void StatusLines::print(const std::string &line)
@@ -14,4 +14,4 @@ void StatusLines::print(const std::string &line)
     std::fflush(stdout);
 }
 
-} // namespace ndisend
+} // namespace nditools

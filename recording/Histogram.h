@@ -3,7 +3,7 @@
 #include <array>
 #include <cstdint>
 
-namespace host
+namespace recording
 {
 
 // Durations of a stream of any length in memory of fixed size: exact to 0.1 ms below 250 ms and to 1 % above.
@@ -31,4 +31,4 @@ private:
     double m_maximum = 0.0;
 };
 
-} // namespace host
+} // namespace recording

@@ -1,10 +1,10 @@
-#include "host/monitor/WavWriter.h"
+#include "recording/WavWriter.h"
 
-#include "host/monitor/Y4mWriter.h"
+#include "recording/NumberedPath.h"
 
 #include <QtCore/QDataStream>
 
-namespace host
+namespace recording
 {
 
 namespace
@@ -78,4 +78,4 @@ void WavWriter::writeHeader()
     out << data;
 }
 
-} // namespace host
+} // namespace recording

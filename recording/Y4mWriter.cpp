@@ -1,53 +1,44 @@
-#include "host/monitor/Y4mWriter.h"
+#include "recording/Y4mWriter.h"
 
-#include <QtCore/QFileInfo>
+#include "recording/NumberedPath.h"
 
-#include <mfapi.h>
-
-namespace host
+namespace recording
 {
 
 namespace
 {
 
-bool sameFormat(const VideoFormat &left, const VideoFormat &right)
+char interlacing(Scan scan)
 {
-    return left.width == right.width && left.height == right.height && left.rateNumerator == right.rateNumerator &&
-           left.rateDenominator == right.rateDenominator && left.interlaceMode == right.interlaceMode;
-}
-
-char interlacing(unsigned mode)
-{
-    if (mode == MFVideoInterlace_Progressive)
+    switch (scan) {
+    case Scan::Progressive:
         return 'p';
-    if (mode == MFVideoInterlace_FieldInterleavedUpperFirst)
+    case Scan::UpperFieldFirst:
         return 't';
-    return mode == MFVideoInterlace_FieldInterleavedLowerFirst ? 'b' : '?';
+    case Scan::LowerFieldFirst:
+        return 'b';
+    case Scan::Unknown:
+        break;
+    }
+    return '?';
 }
 
 } // namespace
 
-QString numberedPath(const QString &path, int number)
-{
-    if (number <= 1)
-        return path;
-    const QFileInfo info(path);
-    const QString ending = info.suffix().isEmpty() ? QString() : QLatin1Char('.') + info.suffix();
-    return path.left(path.size() - ending.size()) + QLatin1Char('-') + QString::number(number) + ending;
-}
-
 Y4mWriter::Y4mWriter(const QString &path) : m_path(path) {}
 
-void Y4mWriter::write(const pattern::ConstPicture &picture, const VideoFormat &format)
+void Y4mWriter::write(const pattern::ConstPicture &picture, const Y4mFormat &format)
 {
     if (!m_error.isEmpty())
         return;
     const bool uyvy = picture.layout == pattern::PixelLayout::UYVY;
     if (!uyvy && picture.layout != pattern::PixelLayout::YUY2) {
-        m_error = QStringLiteral("%1 pictures cannot be recorded, only UYVY and YUY2").arg(subtypeName(format.subtype));
+        m_error = QStringLiteral("%1 pictures cannot be recorded as y4m, only UYVY and YUY2")
+                      .arg(QLatin1String(picture.layout == pattern::PixelLayout::NV12 ? "NV12" : "RGB"));
         return;
     }
-    if ((!m_file.isOpen() || !sameFormat(format, m_format)) && !begin(format))
+    const bool same = picture.width == m_width && picture.height == m_height && format == m_format;
+    if ((!m_file.isOpen() || !same) && !begin(picture, format))
         return;
     const int chromaWidth = (picture.width + 1) / 2;
     auto *luma = reinterpret_cast<std::uint8_t *>(m_frame.data());
@@ -69,7 +60,7 @@ void Y4mWriter::write(const pattern::ConstPicture &picture, const VideoFormat &f
         m_error = m_file.errorString();
 }
 
-bool Y4mWriter::begin(const VideoFormat &format)
+bool Y4mWriter::begin(const pattern::ConstPicture &picture, const Y4mFormat &format)
 {
     m_file.close();
     m_file.setFileName(numberedPath(m_path, ++m_files));
@@ -78,16 +69,18 @@ bool Y4mWriter::begin(const VideoFormat &format)
         return false;
     }
     m_format = format;
-    const int chromaWidth = (format.width + 1) / 2;
-    m_frame.resize((format.width + 2 * chromaWidth) * format.height);
+    m_width = picture.width;
+    m_height = picture.height;
+    const int chromaWidth = (m_width + 1) / 2;
+    m_frame.resize((m_width + 2 * chromaWidth) * m_height);
     m_file.write(QStringLiteral("YUV4MPEG2 W%1 H%2 F%3:%4 I%5 A0:0 C422\n")
-                     .arg(format.width)
-                     .arg(format.height)
+                     .arg(m_width)
+                     .arg(m_height)
                      .arg(format.rateNumerator)
                      .arg(format.rateDenominator)
-                     .arg(QLatin1Char(interlacing(format.interlaceMode)))
+                     .arg(QLatin1Char(interlacing(format.scan)))
                      .toLatin1());
     return true;
 }
 
-} // namespace host
+} // namespace recording

@@ -1,4 +1,4 @@
-#include "ndi/tools/ndi-send/Interrupt.h"
+#include "ndi/tools/common/Interrupt.h"
 
 #include <array>
 #include <atomic>
@@ -9,7 +9,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace ndisend
+namespace nditools
 {
 
 namespace
@@ -65,4 +65,4 @@ bool waitUntilReadable(int descriptor)
     return !interrupted();
 }
 
-} // namespace ndisend
+} // namespace nditools

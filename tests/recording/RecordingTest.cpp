@@ -1,9 +1,7 @@
-#include "host/monitor/WavWriter.h"
-#include "host/monitor/Y4mWriter.h"
+#include "recording/WavWriter.h"
+#include "recording/Y4mWriter.h"
 
 #include <QtCore/QTemporaryDir>
-
-#include <mfapi.h>
 
 #include <gtest/gtest.h>
 
@@ -12,25 +10,13 @@
 namespace
 {
 
-using host::VideoFormat;
-
 QByteArray content(const QString &path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-VideoFormat format(const GUID &subtype, int width, int height)
-{
-    VideoFormat made;
-    made.subtype = subtype;
-    made.width = width;
-    made.height = height;
-    made.rateNumerator = 30000;
-    made.rateDenominator = 1001;
-    made.interlaceMode = MFVideoInterlace_Progressive;
-    return made;
-}
+constexpr recording::Y4mFormat Format{30000, 1001, recording::Scan::Progressive};
 
 class Recording : public testing::Test
 {
@@ -48,8 +34,8 @@ TEST_F(Recording, Y4mHoldsUyvyAsPlanes)
                                         5, 20, 6, 21, 7, 22, 8, 23, 0xEE, 0xEE, 0xEE, 0xEE};
     const pattern::ConstPicture picture{pixels.data(), 12, 4, 2, pattern::PixelLayout::UYVY};
     {
-        host::Y4mWriter writer(path("a.y4m"));
-        writer.write(picture, format(MFVideoFormat_UYVY, 4, 2));
+        recording::Y4mWriter writer(path("a.y4m"));
+        writer.write(picture, Format);
         EXPECT_EQ(writer.error(), QString());
     }
     const QByteArray expected = QByteArray("YUV4MPEG2 W4 H2 F30000:1001 Ip A0:0 C422\nFRAME\n") +
@@ -64,8 +50,8 @@ TEST_F(Recording, Y4mHoldsYuy2OfOddWidth)
     std::vector<std::uint8_t> pixels = {10, 1, 11, 2, 12, 3};
     const pattern::ConstPicture picture{pixels.data(), 6, 3, 1, pattern::PixelLayout::YUY2};
     {
-        host::Y4mWriter writer(path("a.y4m"));
-        writer.write(picture, format(MFVideoFormat_YUY2, 3, 1));
+        recording::Y4mWriter writer(path("a.y4m"));
+        writer.write(picture, Format);
     }
     EXPECT_TRUE(content(path("a.y4m")).endsWith(QByteArray("FRAME\n\x0A\x0B\x0C\x01\x03\x02\x02", 13)));
 }
@@ -74,27 +60,41 @@ TEST_F(Recording, Y4mBeginsAnotherFileWhenTheFormatChanges)
 {
     std::vector<std::uint8_t> pixels(16, 128);
     {
-        host::Y4mWriter writer(path("a.y4m"));
-        writer.write({pixels.data(), 4, 2, 1, pattern::PixelLayout::UYVY}, format(MFVideoFormat_UYVY, 2, 1));
-        writer.write({pixels.data(), 8, 4, 2, pattern::PixelLayout::UYVY}, format(MFVideoFormat_UYVY, 4, 2));
+        recording::Y4mWriter writer(path("a.y4m"));
+        writer.write({pixels.data(), 4, 2, 1, pattern::PixelLayout::UYVY}, Format);
+        writer.write({pixels.data(), 8, 4, 2, pattern::PixelLayout::UYVY}, Format);
     }
     EXPECT_TRUE(content(path("a.y4m")).startsWith("YUV4MPEG2 W2 H1 "));
     EXPECT_TRUE(content(path("a-2.y4m")).startsWith("YUV4MPEG2 W4 H2 "));
 }
 
+TEST_F(Recording, Y4mBeginsAnotherFileWhenTheRateOrTheFieldsChange)
+{
+    std::vector<std::uint8_t> pixels(4, 128);
+    const pattern::ConstPicture picture{pixels.data(), 4, 2, 1, pattern::PixelLayout::UYVY};
+    {
+        recording::Y4mWriter writer(path("a.y4m"));
+        writer.write(picture, Format);
+        writer.write(picture, {25, 1, recording::Scan::Progressive});
+        writer.write(picture, {25, 1, recording::Scan::UpperFieldFirst});
+    }
+    EXPECT_TRUE(content(path("a-2.y4m")).startsWith("YUV4MPEG2 W2 H1 F25:1 Ip "));
+    EXPECT_TRUE(content(path("a-3.y4m")).startsWith("YUV4MPEG2 W2 H1 F25:1 It "));
+}
+
 TEST_F(Recording, Y4mSaysThatItTakesNoRgb)
 {
     std::vector<std::uint8_t> pixels(8, 128);
-    host::Y4mWriter writer(path("a.y4m"));
-    writer.write({pixels.data(), 8, 2, 1, pattern::PixelLayout::BGRA}, format(MFVideoFormat_RGB32, 2, 1));
-    EXPECT_TRUE(writer.error().contains(QLatin1String("RGB32")));
+    recording::Y4mWriter writer(path("a.y4m"));
+    writer.write({pixels.data(), 8, 2, 1, pattern::PixelLayout::BGRA}, Format);
+    EXPECT_TRUE(writer.error().contains(QLatin1String("RGB")));
 }
 
 TEST_F(Recording, Y4mSaysThatItsFileCannotBeMade)
 {
     std::vector<std::uint8_t> pixels(8, 128);
-    host::Y4mWriter writer(path("no/such/folder/a.y4m"));
-    writer.write({pixels.data(), 4, 2, 1, pattern::PixelLayout::UYVY}, format(MFVideoFormat_UYVY, 2, 1));
+    recording::Y4mWriter writer(path("no/such/folder/a.y4m"));
+    writer.write({pixels.data(), 4, 2, 1, pattern::PixelLayout::UYVY}, Format);
     EXPECT_NE(writer.error(), QString());
 }
 
@@ -102,7 +102,7 @@ TEST_F(Recording, WavHoldsFloatsAndItsLengths)
 {
     const std::vector<float> sound = {0.5F, -0.5F, 1.0F, -1.0F};
     {
-        host::WavWriter writer(path("a.wav"));
+        recording::WavWriter writer(path("a.wav"));
         writer.write(sound.data(), 2, 48000, 2);
     }
     const QByteArray expected =
@@ -117,7 +117,7 @@ TEST_F(Recording, WavBeginsAnotherFileWhenTheFormatChanges)
 {
     const std::vector<float> sound(8, 0.25F);
     {
-        host::WavWriter writer(path("a.wav"));
+        recording::WavWriter writer(path("a.wav"));
         writer.write(sound.data(), 4, 48000, 2);
         writer.write(sound.data(), 8, 44100, 1);
     }
