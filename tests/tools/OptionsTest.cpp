@@ -9,6 +9,7 @@
 #include <fstream>
 
 using namespace ndisend;
+using nditools::ExitCode;
 
 namespace
 {

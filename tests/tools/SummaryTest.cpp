@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 using namespace ndisend;
+using nditools::ExitCode;
 using nditools::SummaryFile;
 
 namespace

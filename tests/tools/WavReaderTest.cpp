@@ -10,6 +10,7 @@
 #include <sstream>
 
 using namespace ndisend;
+using nditools::ExitCode;
 
 namespace
 {

@@ -7,6 +7,7 @@
 #include <sstream>
 
 using namespace ndisend;
+using nditools::ExitCode;
 
 namespace
 {
