@@ -1,12 +1,19 @@
 #include "ndi/tools/common/Interrupt.h"
 #include "ndi/tools/ndi-send/Input.h"
-#include "tests/tools/SenderProcess.h"
+#include "tests/tools/RecvProcess.h"
 
+#include <QtCore/QDir>
+#include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
+#include <QtCore/QFileInfo>
 #include <QtCore/QTemporaryDir>
+#include <QtCore/QtEndian>
+
+#include <gmock/gmock.h>
 
 #include <csignal>
 #include <cstdlib>
+#include <thread>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -86,6 +93,46 @@ TEST_F(NdiSend, AnInterruptEndsItWhileItWaitsForAPipe)
     sender.interrupt();
     EXPECT_EQ(sender.wait(), 0);
     EXPECT_EQ(sender.errors(), "");
+}
+
+TEST_F(NdiRecv, AnInterruptEndsItCleanlyWithItsFilesComplete)
+{
+    const Sender sender(words("--size 320x240 --rate 50"));
+    Recv recv(sender.name(), QStringList{"--record-audio", path("a.wav")}, jsonFile());
+    ASSERT_TRUE(recv.waitForOutput("\naudio: "));
+    recv.interrupt();
+    EXPECT_EQ(recv.wait(), 0);
+    EXPECT_EQ(recv["ended"].toString(), "interrupt");
+    EXPECT_THAT(recv.output(), testing::HasSubstr("\nreceived "));
+    const int bytes = recv["audioSamples"].toInt() * 2 * 4;
+    ASSERT_EQ(content("a.wav").size(), 58 + bytes);
+    EXPECT_EQ(qFromLittleEndian<quint32>(content("a.wav").constData() + 54), static_cast<quint32>(bytes));
+}
+
+TEST_F(NdiRecv, AnInterruptEndsItWhileItWaitsForASender)
+{
+    Recv recv("no such sender", words("--wait 1000"), jsonFile());
+    // Made when interrupts are caught already, and under another name until it is complete.
+    QElapsedTimer elapsed;
+    elapsed.start();
+    while (QDir(QFileInfo(jsonFile()).path()).isEmpty() && elapsed.elapsed() < 20000)
+        std::this_thread::yield();
+    recv.interrupt();
+    EXPECT_EQ(recv.wait(), 0);
+    EXPECT_EQ(recv.errors(), "");
+}
+
+TEST_F(NdiRecv, ASecondInterruptEndsItAtOnceWhenAFileHoldsItUp)
+{
+    // To open a pipe for writing takes until somebody reads it.
+    ASSERT_EQ(mkfifo(QFile::encodeName(path("pipe")).constData(), 0600), 0);
+    Sender sender(words("--size 320x240 --rate 50"));
+    Recv recv(sender.name(), QStringList{"--record-video", path("pipe")}, jsonFile());
+    ASSERT_TRUE(recv.waitForOutput("\nvideo: "));
+    recv.interrupt();
+    ASSERT_TRUE(recv.waitForOutput("\nreceived "));
+    recv.interrupt();
+    EXPECT_EQ(recv.wait(), -1);
 }
 
 } // namespace

@@ -10,12 +10,6 @@ namespace
 
 constexpr int ProcessPatience = 20000; // milliseconds
 
-std::string uniqueName()
-{
-    static int count = 0;
-    return "test " + std::to_string(QCoreApplication::applicationPid()) + " " + std::to_string(++count);
-}
-
 // Lines as they are inside a program, whatever the system ends them with outside.
 std::string plainLines(QByteArray text)
 {
@@ -24,14 +18,18 @@ std::string plainLines(QByteArray text)
 
 } // namespace
 
-Sender::Sender(const QStringList &arguments) : m_name(uniqueName())
+Tool::Tool(const char *program, const QStringList &arguments)
 {
-    m_process.start(QStringLiteral(NDI_SEND_PROGRAM),
-                    QStringList{QStringLiteral("--name"), QString::fromStdString(m_name)} + arguments);
+    m_process.start(QString::fromLocal8Bit(program), arguments);
     m_process.waitForStarted(ProcessPatience);
 }
 
-Sender::~Sender()
+Tool::~Tool()
+{
+    kill();
+}
+
+void Tool::kill()
 {
     if (m_process.state() != QProcess::NotRunning) {
         m_process.kill();
@@ -39,25 +37,25 @@ Sender::~Sender()
     }
 }
 
-bool Sender::waitForLine(const std::string &line)
+bool Tool::waitForOutput(const std::string &part)
 {
     QElapsedTimer elapsed;
     elapsed.start();
-    while (m_output.find(line + "\n") == std::string::npos && elapsed.elapsed() < ProcessPatience) {
+    while (m_output.find(part) == std::string::npos && elapsed.elapsed() < ProcessPatience) {
         m_process.waitForReadyRead(100);
         m_output += plainLines(m_process.readAllStandardOutput());
     }
-    return m_output.find(line + "\n") != std::string::npos;
+    return m_output.find(part) != std::string::npos;
 }
 
-void Sender::write(const QByteArray &bytes)
+void Tool::write(const QByteArray &bytes)
 {
     m_process.write(bytes);
     while (m_process.bytesToWrite() > 0 && m_process.waitForBytesWritten(ProcessPatience)) {
     }
 }
 
-int Sender::wait()
+int Tool::wait()
 {
     if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(ProcessPatience))
         return -1;
@@ -65,9 +63,21 @@ int Sender::wait()
     return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
 }
 
-std::string Sender::errors()
+std::string Tool::errors()
 {
     return plainLines(m_process.readAllStandardError());
+}
+
+std::string uniqueName()
+{
+    static int count = 0;
+    return "test " + std::to_string(QCoreApplication::applicationPid()) + " " + std::to_string(++count);
+}
+
+Sender::Sender(const QStringList &arguments, const std::string &name)
+    : Tool(NDI_SEND_PROGRAM, QStringList{QStringLiteral("--name"), QString::fromStdString(name)} + arguments),
+      m_name(name)
+{
 }
 
 QStringList words(const char *text)

@@ -1,6 +1,6 @@
 #pragma once
 
-// ndi-send as a child process, and what its tests feed it and read from it.
+// The programs as child processes, and what their tests feed them and read from them.
 
 #include "tests/tools/Receiver.h"
 
@@ -14,22 +14,22 @@
 
 #include <string>
 
-// Ends the program, should the test have left it running.
-class Sender
+// A program as a child process. Ends it, should the test have left it running.
+class Tool
 {
 public:
-    explicit Sender(const QStringList &arguments);
-    ~Sender();
+    Tool(const char *program, const QStringList &arguments);
+    ~Tool();
 
-    Sender(const Sender &) = delete;
-    Sender &operator=(const Sender &) = delete;
+    Tool(const Tool &) = delete;
+    Tool &operator=(const Tool &) = delete;
 
-    const std::string &name() const { return m_name; }
-
-    bool waitForLine(const std::string &line);
+    bool waitForOutput(const std::string &part);
+    bool waitForLine(const std::string &line) { return waitForOutput(line + "\n"); }
     // To its standard input, which stays open.
     void write(const QByteArray &bytes);
     void interrupt() { m_process.terminate(); }
+    void kill();
     // The exit status; -1 when the program crashed or did not end.
     int wait();
 
@@ -37,9 +37,22 @@ public:
     std::string errors();
 
 private:
-    const std::string m_name;
     QProcess m_process;
     std::string m_output;
+};
+
+// A name that no other sender has.
+std::string uniqueName();
+
+class Sender : public Tool
+{
+public:
+    explicit Sender(const QStringList &arguments, const std::string &name = uniqueName());
+
+    const std::string &name() const { return m_name; }
+
+private:
+    const std::string m_name;
 };
 
 QStringList words(const char *text);

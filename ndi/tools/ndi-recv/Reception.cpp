@@ -37,11 +37,12 @@ Summary Reception::run()
             watchConnection();
         tellErrors();
     }
+    if (m_firstFrame)
+        m_seconds = std::chrono::duration<double>(Clock::now() - *m_firstFrame).count();
+    m_lines.print(summary().toText()); // before what may take long
     m_recordings.finish();
     tellErrors();
-    const Summary result = summary();
-    m_lines.print(result.toText());
-    return result;
+    return summary();
 }
 
 bool Reception::isOver()
@@ -148,8 +149,7 @@ Summary Reception::summary()
     result.name = m_connection.sender().name;
     result.address = m_connection.sender().address;
     result.ended = m_ended;
-    if (m_firstFrame)
-        result.seconds = std::chrono::duration<double>(Clock::now() - *m_firstFrame).count();
+    result.seconds = m_seconds;
     result.video = m_video.figures();
     result.audio = m_audio.figures();
     result.metadataFrames = m_metadataFrames;

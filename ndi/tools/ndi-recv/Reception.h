@@ -45,6 +45,7 @@ private:
     std::int64_t m_connections = 0;
     std::int64_t m_metadataFrames = 0;
     QString m_ended;
+    double m_seconds = 0; // received, in the end
     std::vector<QString> m_errors;
 };
 

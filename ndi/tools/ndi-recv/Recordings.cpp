@@ -20,8 +20,9 @@ std::unique_ptr<Recording> recordingOrNull(const QString &path)
 
 QByteArray metadataLine(const char *kind, const char *text, std::int64_t timecode)
 {
+    // A timecode may have more digits than a JSON number keeps.
     const QJsonObject line{{QStringLiteral("kind"), QLatin1String(kind)},
-                           {QStringLiteral("timecode"), static_cast<qint64>(timecode)},
+                           {QStringLiteral("timecode"), QString::number(timecode)},
                            {QStringLiteral("text"), QString::fromUtf8(text)}};
     return QJsonDocument(line).toJson(QJsonDocument::Compact);
 }
