@@ -210,7 +210,7 @@ TEST_F(NdiRecv, AFileThatCannotBeMadeEndsWith73)
 TEST_F(NdiRecv, WritesMetadataOfBothKinds)
 {
     const QString text = QString::fromUtf8("<a b=\"\xc3\xbc\"/>\nnot \\ XML");
-    const Sender sender(words("--size 320x240 --rate 25") << "--metadata" << text << "--frame-metadata"
+    const Sender sender(words("--size 320x240 --rate 50") << "--metadata" << text << "--frame-metadata"
                                                           << "<f/>");
     Recv recv(sender.name(), words("--frames 30") << "--metadata" << path("a.txt"), jsonFile());
     ASSERT_EQ(recv.wait(), 0);

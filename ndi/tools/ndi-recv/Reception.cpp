@@ -131,7 +131,7 @@ void Reception::watchConnection()
         if (m_options.untilLost)
             m_ended = QStringLiteral("lost");
     }
-    if (!m_isConnected && m_connections > 0)
+    if (!m_isConnected)
         m_connection.lookForSender();
 }
 

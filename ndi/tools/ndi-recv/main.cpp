@@ -23,10 +23,11 @@ ExitCode receive(const Options &options)
         summaryFile.emplace(options.jsonFile);
 
     const nditools::Runtime runtime;
+    nditools::StatusLines lines(options.quiet);
+    lines.print("waiting for '" + options.name.toStdString() + "'");
     const auto sender = nditools::waitForSender(options.name, options.wait);
     if (!sender)
         return ExitCode::Success; // interrupted
-    nditools::StatusLines lines(options.quiet);
     const Summary summary = Reception(options, *sender, lines).run();
     if (summaryFile)
         summaryFile->write(summary.toJson());
