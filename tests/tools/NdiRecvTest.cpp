@@ -84,7 +84,7 @@ TEST_F(NdiRecv, CountsGapsByTimecodeWithoutAPattern)
     EXPECT_EQ(recv["gaps"].toInt(), 1);
     EXPECT_EQ(recv["lostFrames"].toInt(), 2);
     EXPECT_EQ(recv["audioGaps"].toInt(), 1);
-    EXPECT_EQ(recv["lostSamples"].toInt(), 2 * 2400);
+    EXPECT_EQ(recv["lostSamples"].toInt(), 2 * 4800);
     EXPECT_TRUE(recv["firstFrame"].isNull());
     EXPECT_TRUE(recv["latencyMs"].isNull());
     EXPECT_TRUE(recv["avOffsetMs"].isNull());
@@ -104,16 +104,16 @@ TEST_F(NdiRecv, TellsChangesOfFormatAndRecordsEachToAFileOfItsOwn)
     ASSERT_EQ(recv.wait(), 0);
     EXPECT_EQ(recv["formatChanges"].toInt(), 2);
     EXPECT_EQ(recv["gaps"].toInt(), 0);
-    EXPECT_THAT(recv.output(), testing::HasSubstr("\nvideo: UYVY 160x240 at 20/1, progressive\n"));
+    EXPECT_THAT(recv.output(), testing::HasSubstr("\nvideo: UYVY 160x240 at 10/1, progressive\n"));
     EXPECT_THAT(recv.output(), testing::HasSubstr("\naudio: 2 channels at 48000 Hz\n"));
-    const QByteArray first("YUV4MPEG2 W320 H240 F20:1 Ip A0:0 C422\n");
-    const QByteArray second("YUV4MPEG2 W160 H240 F20:1 Ip A0:0 C422\n");
+    const QByteArray first("YUV4MPEG2 W320 H240 F10:1 Ip A0:0 C422\n");
+    const QByteArray second("YUV4MPEG2 W160 H240 F10:1 Ip A0:0 C422\n");
     EXPECT_TRUE(content("a.y4m").startsWith(first));
     EXPECT_EQ(content("a.y4m").size(), first.size() + 2 * (6 + 320 * 240 * 2));
     EXPECT_TRUE(content("a-2.y4m").startsWith(second));
     EXPECT_EQ(content("a-2.y4m").size(), second.size() + 2 * (6 + 160 * 240 * 2));
-    EXPECT_EQ(content("a.wav").size(), 58 + 2 * 2400 * 4);
-    EXPECT_EQ(content("a-2.wav").size(), 58 + 2 * 2400 * 8);
+    EXPECT_EQ(content("a.wav").size(), 58 + 2 * 4800 * 4);
+    EXPECT_EQ(content("a-2.wav").size(), 58 + 2 * 4800 * 8);
 }
 
 TEST_F(NdiRecv, GoesOnWhenASenderThatWasKilledIsBack)

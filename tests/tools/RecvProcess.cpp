@@ -7,8 +7,8 @@
 namespace
 {
 
-constexpr pattern::FrameRate Rate{20, 1};
-constexpr int SamplesPerFrame = 48000 / 20;
+constexpr pattern::FrameRate Rate{10, 1};
+constexpr int SamplesPerFrame = 48000 / 10;
 constexpr std::uint32_t Patience = 20000; // milliseconds
 
 } // namespace

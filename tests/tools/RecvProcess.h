@@ -33,7 +33,7 @@ private:
     const QTemporaryDir m_folder;
 };
 
-// Sends to one receiver at twenty frames a second, paced by the runtime.
+// Sends to one receiver at ten frames a second, which leaves a slow receiver time, paced by the runtime.
 class ScriptedSender
 {
 public:
