@@ -105,6 +105,24 @@ TEST_F(NdiRecv, AnInterruptEndsItCleanlyWithItsFilesComplete)
     EXPECT_EQ(qFromLittleEndian<quint32>(content("a.wav").constData() + 54), static_cast<quint32>(bytes));
 }
 
+TEST_F(NdiRecv, CountsThatASenderWasBackButNoGapForTheTimeItWasAway)
+{
+    const std::string name = uniqueName();
+    Sender first(words("--size 320x240 --rate 50"), name);
+    Recv recv(name, {}, jsonFile());
+    ASSERT_TRUE(recv.waitForOutput("\nvideo: "));
+    first.kill();
+    ASSERT_TRUE(recv.waitForOutput("\nlost '"));
+    const Sender second(words("--size 160x120 --rate 50"), name);
+    ASSERT_TRUE(recv.waitForOutput("\nvideo: UYVY 160x120"));
+    recv.interrupt();
+    ASSERT_EQ(recv.wait(), 0);
+    EXPECT_EQ(recv["reconnects"].toInt(), 1);
+    EXPECT_EQ(recv["formatChanges"].toInt(), 1);
+    EXPECT_EQ(recv["restarts"].toInt(), 0);
+    EXPECT_EQ(recv["width"].toInt(), 160);
+}
+
 TEST_F(NdiRecv, AnInterruptEndsItWhileItWaitsForASender)
 {
     Recv recv("no such sender", words("--wait 1000"), jsonFile());

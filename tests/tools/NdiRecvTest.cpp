@@ -15,9 +15,10 @@ TEST_F(NdiRecv, TellsWhatComesAndSumsItUp)
     Recv recv(sender.name(), words("--seconds 0.6"), jsonFile());
     ASSERT_EQ(recv.wait(), 0);
     EXPECT_EQ(recv.errors(), "");
-    EXPECT_THAT(recv.output(), testing::MatchesRegex("waiting for '.*'\nconnected to '.*' at 127.0.0.1:[0-9]+\n(.*\n)+"
-                                                     "received [0-9]+ video frames .*, 640x360 UYVY., [0-9]+ audio "
-                                                     "frames .48000 Hz, 4 ch., .*latency .* ms median.*\n"));
+    EXPECT_THAT(recv.output(), testing::StartsWith("waiting for '" + sender.name() + "'\nconnected to '"));
+    for (const char *part :
+         {"\nreceived ", " fps, 640x360 UYVY), ", " audio frames (48000 Hz, 4 ch), ", ", latency ", " ms median"})
+        EXPECT_THAT(recv.output(), testing::HasSubstr(part));
     EXPECT_THAT(recv.output(), testing::HasSubstr("\nvideo: UYVY 640x360 at 50/1, progressive\n"));
     EXPECT_THAT(recv.output(), testing::HasSubstr("\naudio: 4 channels at 48000 Hz\n"));
     EXPECT_THAT(recv["name"].toString().toStdString(), testing::EndsWith("(" + sender.name() + ")"));
