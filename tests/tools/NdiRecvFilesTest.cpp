@@ -13,6 +13,8 @@
 
 #include <future>
 #include <numeric>
+#include <string>
+#include <vector>
 
 using namespace ndirecv;
 

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
+#include <utility>
 #include <vector>
 
 using namespace ndirecv;
@@ -19,8 +19,8 @@ namespace
 
 constexpr pattern::FrameRate Rate{50, 1};
 constexpr std::int64_t FrameTime = HnsPerSecond / 50;
-constexpr std::int64_t Latency = 20'000;   // 2 ms
-constexpr std::int64_t Start = 1ULL << 40; // of the clock
+constexpr std::int64_t Latency = 20'000;              // 2 ms
+constexpr std::int64_t Start = std::int64_t{1} << 40; // of the clock
 
 NDIlib_video_frame_v2_t frameOf(pattern::TestPicture &picture, std::int64_t number)
 {

@@ -11,8 +11,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstring>
+#include <map>
 #include <random>
+#include <vector>
 
 namespace
 {

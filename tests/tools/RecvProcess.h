@@ -8,6 +8,10 @@
 
 #include <QtCore/QTemporaryDir>
 
+#include <cstdint>
+#include <memory>
+#include <string>
+
 // ndi-recv with its summary in a file.
 class Recv : public Tool
 {

@@ -4,6 +4,7 @@
 #include "ndi/tools/ndi-recv/Failure.h"
 #include "pattern/FrameRate.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace ndirecv
