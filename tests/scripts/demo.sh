@@ -28,9 +28,9 @@ expect "the snapshot is a PNG" [ "$(head -c 4 "$out/snapshot.png" | tail -c 3)" 
 sender_runs() { [ -n "$(grep -l -z -x "[D]emo $demo" /proc/[0-9]*/cmdline 2>/dev/null)" ]; }
 sender_is_gone() { ! sender_runs; }
 group_is_gone() { ! kill -0 -- "-$demo" 2>/dev/null; }
-"$root/demo" --no-install --seconds 60 --out "$out" >"$scratch/output" 2>&1 </dev/null &
+"$root/demo" --no-install --seconds 60 --out "$out" >"$scratch/interrupted" 2>&1 </dev/null &
 demo=$!
-expect "the demo receives" within 60 grep -q ' fps' "$scratch/output"
+expect "the demo receives" within 60 grep -q ' fps' "$scratch/interrupted"
 expect "the demo's sender can be told by its name" sender_runs
 kill -INT -- "-$demo"
 code=0
