@@ -44,8 +44,8 @@ std::optional<Options> parseCommandLine(const QStringList &arguments, int &exitC
                                   QStringLiteral("Writes the monitors' figures to <file> at the end."),
                                   QStringLiteral("file"));
     const QCommandLineOption snapshot(QStringLiteral("snapshot"),
-                                      QStringLiteral("Writes the first monitor's last picture to <file> (PNG) at the "
-                                                     "end."),
+                                      QStringLiteral("Writes the monitors' last pictures, side by side, to <file> "
+                                                     "(PNG) at the end."),
                                       QStringLiteral("file"));
     const QCommandLineOption quiet(QStringLiteral("quiet"), QStringLiteral("Prints no status."));
     const QCommandLineOption verbose(QStringLiteral("verbose"), QStringLiteral("Logs what the graph and the module "

@@ -2,6 +2,7 @@
 
 #include "host/Console.h"
 #include "host/Report.h"
+#include "host/Snapshot.h"
 #include "host/graph/Graph.h"
 #include "host/monitor/Monitor.h"
 
@@ -161,7 +162,7 @@ int Runner::finish()
             code = ExitFailure;
         }
     }
-    if (!m_options.snapshotFile.isEmpty() && (all.isEmpty() || !all.constFirst()->snapshot(m_options.snapshotFile))) {
+    if (!m_options.snapshotFile.isEmpty() && !writeSnapshot(all, m_options.snapshotFile)) {
         printError(QStringLiteral("%1: there is no picture, or it cannot be written").arg(m_options.snapshotFile));
         code = ExitFailure;
     }

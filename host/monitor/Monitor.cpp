@@ -109,7 +109,7 @@ void Monitor::setRecordAudio(const QString &path)
 
 bool Monitor::snapshot(const QString &path) const
 {
-    const QImage picture = m_videoConsumer->lastPicture();
+    const QImage picture = lastPicture();
     return !picture.isNull() && picture.save(path, "PNG");
 }
 

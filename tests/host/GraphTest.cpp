@@ -1,4 +1,5 @@
 #include "host/graph/Graph.h"
+#include "host/Snapshot.h"
 #include "host/monitor/Monitor.h"
 #include "host/source/TestPattern.h"
 #include "pattern/TestPicture.h"
@@ -113,6 +114,33 @@ TEST_F(GraphTest, SavesThePictureOfThePattern)
         for (int x = 0; x < 320; ++x)
             ASSERT_EQ(saved.pixel(x, y), line[x]) << x << ' ' << y << " of frame " << frame;
     }
+}
+
+TEST_F(GraphTest, SavesThePicturesOfTwoMonitorsSideBySide)
+{
+    load("TestPattern { id: one; width: 320; height: 180; subtype: \"ARGB32\"; frames: 3 }\n"
+         "TestPattern { id: two; width: 160; height: 96; subtype: \"ARGB32\"; frames: 3 }\n"
+         "Monitor { id: first }\nMonitor { id: second }\nMonitor { id: third }\n"
+         "Link { from: one.videoOutput; to: first.videoInput }\n"
+         "Link { from: two.videoOutput; to: second.videoInput }\n");
+    const QList<host::Monitor *> monitors = m_scene->findChildren<host::Monitor *>();
+    const QTemporaryDir folder;
+    EXPECT_FALSE(host::writeSnapshot(monitors, folder.filePath("none.png")));
+    EXPECT_FALSE(host::writeSnapshot({}, folder.filePath("none.png")));
+    ASSERT_TRUE(waitUntil([&] {
+        return monitors[0]->videoFigures().stream.samples > 0 && monitors[1]->videoFigures().stream.samples > 0;
+    }));
+    m_scene->stop();
+    ASSERT_TRUE(host::writeSnapshot(monitors, folder.filePath("both.png")));
+    const QImage saved(folder.filePath("both.png"));
+    ASSERT_EQ(saved.size(), QSize(480, 180));
+    const auto same = [](const QImage &left, const QImage &right) {
+        return left.convertToFormat(QImage::Format_RGB32) == right.convertToFormat(QImage::Format_RGB32);
+    };
+    EXPECT_TRUE(same(saved.copy(0, 0, 320, 180), monitors[0]->lastPicture()));
+    EXPECT_TRUE(same(saved.copy(320, 0, 160, 96), monitors[1]->lastPicture()));
+    EXPECT_EQ(saved.pixel(320, 96), qRgb(0, 0, 0));
+    EXPECT_EQ(saved.pixel(479, 179), qRgb(0, 0, 0));
 }
 
 TEST_F(GraphTest, RecordsPictureAndSound)

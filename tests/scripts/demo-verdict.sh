@@ -13,16 +13,56 @@ printf 'need() { :; }\nbuild() { :; }\n' >>"$tree/tools/common.sh"
 # A sender that is seen on the programme, and ends when it is told to.
 cat >"$bin/ndi-send" <<'EOF'
 #!/bin/bash
-while [ "$1" != --json ]; do shift; done
-printf '{\n    "tally": {\n        "program": {\n            "seenOn": true\n        }\n    }\n}\n' >"$2"
 trap 'exit 0' TERM
+while [ "$1" != --json ]; do shift; done
+cat >"$2" <<'END'
+{
+    "audioFrames": 610,
+    "lateFrames": 1,
+    "tally": {
+        "program": {
+            "seenOn": true
+        }
+    },
+    "videoFrames": 611
+}
+END
 while :; do sleep 0.1; done
 EOF
+# receiver VIDEO AUDIO: a receiver of so many frames of each.
+receiver() {
+    cat >"$bin/ndi-recv" <<EOF
+#!/bin/bash
+while [ "\$1" != --json ]; do shift; done
+cat >"\$2" <<'END'
+{
+    "audioFrames": $2,
+    "audioGaps": 4,
+    "avOffsetMs": -0.0833,
+    "fps": 59.951,
+    "gaps": 5,
+    "height": 1080,
+    "latencyMs": {
+        "max": 10.5,
+        "median": 7.549,
+        "p95": 8.25
+    },
+    "lostFrames": 6,
+    "subtype": "UYVY",
+    "videoFrames": $1,
+    "videoMetadata": $1,
+    "width": 1920
+}
+END
+EOF
+    chmod +x "$bin"/*
+}
 # host VIDEO AUDIO: a host that has received so many samples of each.
 host() {
     cat >"$bin/tavrin-host" <<EOF
 #!/bin/bash
 while [ "\$1" != --json ]; do shift; done
+until [ -s "\${2%/*}/sender.json" ]; do sleep 0.1; done # runs from now on, and ends well when it is told to
 cat >"\$2" <<'END'
 {
     "monitors": [
@@ -55,10 +95,24 @@ EOF
 }
 
 host 598 300
+receiver 590 589
 run "$tree/demo" --seconds 1 --out "$scratch/out"
-expect "picture and sound are a success" code_is 0
-expect "the last line tells what arrived" says "^received 598 video frames (59.94 fps, 1920x1080 UYVY), 300 audio frames\
+expect "picture and sound at both ends are a success" code_is 0
+expect "a line tells what arrived" says "^received 598 video frames (59.94 fps, 1920x1080 UYVY), 300 audio frames\
  (48000 Hz, 2 ch), 3 gaps, latency 1.25 ms median; picture: $scratch/out/snapshot.png\$"
+expect "the last line tells what came back" says "^sent on, and received again 590 video frames (59.95 fps), 589 audio frames,\
+ 9 gaps, latency 7.55 ms median since the first sender\$"
+for member in '"videoFrames": 598' '"sentVideoFrames": 611' '"sentAudioFrames": 610' '"sentLateFrames": 1' \
+    '"roundTripVideoFrames": 590' '"roundTripAudioFrames": 589' '"roundTripFps": 59.95' '"roundTripSubtype": "UYVY"' \
+    '"roundTripGaps": 9' '"roundTripLost": 6' '"roundTripLatencyMsMedian": 7.55' '"roundTripAvOffsetMs": -0.0833' \
+    '"roundTripMetadataSeen": true'; do
+    expect "demo.json has $member" grep -q "^    $member,\?$" "$scratch/out/demo.json"
+done
+receiver 590 0
+run "$tree/demo" --seconds 1 --out "$scratch/out"
+expect "a demo whose sound does not come back fails" code_is 1
+expect "a demo whose sound does not come back says so" says 'no picture or no sound came back'
+receiver 590 589
 host 598 0
 run "$tree/demo" --seconds 1 --out "$scratch/out"
 expect "a demo without sound fails" code_is 1

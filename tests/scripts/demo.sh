@@ -13,12 +13,15 @@ out=$scratch/out
 
 run "$root/demo" --no-install --seconds 5 --out "$out"
 expect "the demo ends well" code_is 0
-expect "the demo's last line tells the frames" says '^received [1-9][0-9]* video frames'
+expect "a line tells the frames that came in" says '^received [1-9][0-9]* video frames'
+expect "a line tells the frames that came back" says '^sent on, and received again [1-9][0-9]* video frames'
 for member in videoFrames audioFrames fps width height subtype sampleRate channels gaps lost latencyMsMedian avOffsetMs \
-    tallySeenBySender metadataSeen; do
+    tallySeenBySender metadataSeen sentVideoFrames sentAudioFrames sentLateFrames roundTripVideoFrames \
+    roundTripAudioFrames roundTripFps roundTripGaps roundTripLost roundTripLatencyMsMedian roundTripAvOffsetMs; do
     expect "demo.json tells $member" grep -q "^    \"$member\": [^, ]" "$out/demo.json"
 done
 for member in '"width": 1920' '"height": 1080' '"subtype": "UYVY"' '"sampleRate": 48000' '"channels": 2' \
+    '"roundTripWidth": 1920' '"roundTripHeight": 1080' '"roundTripSubtype": "UYVY"' '"roundTripMetadataSeen": true' \
     '"tallySeenBySender": true' '"metadataSeen": true' '"videoFrames": [1-9]' '"audioFrames": [1-9]'; do
     expect "demo.json has $member" grep -q "^    $member" "$out/demo.json"
 done
