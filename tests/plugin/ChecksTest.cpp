@@ -69,6 +69,18 @@ TEST(Checks, ANullPointerIsEPointer)
     EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [ppMediaSink is null]"));
 }
 
+TEST(Checks, TheirLinesNameNoPlaceInTheCode)
+{
+    LogCapture log;
+    int evaluations = 0;
+    checkResult(E_FAIL, &evaluations);
+    checkArgument(nullptr);
+    const auto lines = log.lines();
+    ASSERT_EQ(2u, lines.size());
+    for (const LogCapture::Line &line : lines)
+        EXPECT_FALSE(line.hasPlace) << qPrintable(line.text);
+}
+
 TEST(Checks, WithTheLevelOffTheyLogNothingButStillReturnAndThrow)
 {
     QLoggingCategory::setFilterRules(QStringLiteral("Multimedia.Tavrin.source.critical=false"));

@@ -28,7 +28,8 @@ void LogCapture::handle(QtMsgType type, const QMessageLogContext &context, const
     if (!capture)
         return;
     const std::lock_guard<std::mutex> lock(capture->m_mutex);
-    capture->m_lines.push_back({type, QByteArray(context.category), text});
+    const bool hasPlace = context.file || context.line != 0 || context.function;
+    capture->m_lines.push_back({type, QByteArray(context.category), text, hasPlace});
     capture->m_changed.notify_all();
 }
 

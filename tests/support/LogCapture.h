@@ -17,6 +17,7 @@ public:
         QtMsgType type;
         QByteArray category;
         QString text;
+        bool hasPlace; // it names a file, a line or a function
     };
 
     LogCapture();
