@@ -2,7 +2,9 @@
 
 #include "tests/source/SourceHarness.h"
 
+#include <algorithm>
 #include <mutex>
+#include <stdexcept>
 
 namespace
 {
@@ -13,36 +15,75 @@ class NDISourceMFCaptureTest : public SourceTest
 {
 };
 
+// The system's time, once it is later than that.
+LONGLONG timeAfter(LONGLONG before)
+{
+    LONGLONG now = before;
+    while (now <= before)
+        now = HnsTime::systemTime();
+    return now;
+}
+
 } // namespace
 
-TEST_F(NDISourceMFCaptureTest, SamplesFlowOnRequestWithTheirTimesRebased)
+TEST_F(NDISourceMFCaptureTest, TheFirstSampleComesAtTheDelayAndTheTimeSinceTheReceiverWasMadeAndTheOthersKeepDistance)
 {
     auto params = parameters(true, false);
     params.delay = HnsTime::milliseconds(500);
+    const LONGLONG delay = params.delay;
+    const LONGLONG beforeMaking = HnsTime::systemTime();
     const auto source = makeSource(params);
+    const LONGLONG afterMaking = HnsTime::systemTime();
     start(source);
+    const LONGLONG pushed = timeAfter(afterMaking);
     const LONGLONG timecodes[] = {7'000'000'000, 7'000'400'000, 7'001'000'000};
     for (const LONGLONG timecode : timecodes)
         ndi.pushVideo(videoFrame(64, 36, timecode), noise(64 * 2 * 36));
     const LONGLONG first = timeOf(requestSample(streams[0]));
-    // The delay and the time since the receiver was made, which this test does not know but bounds.
-    EXPECT_GE(first, 5'000'000);
-    EXPECT_LT(first, 5'000'000 + 30 * second);
+    const LONGLONG received = HnsTime::systemTime();
+    EXPECT_GE(first, delay + pushed - afterMaking);
+    EXPECT_LE(first, delay + received - beforeMaking);
     EXPECT_EQ(first + 400'000, timeOf(requestSample(streams[0])));
     EXPECT_EQ(first + 1'000'000, timeOf(requestSample(streams[0])));
     source->Shutdown();
 }
 
-TEST_F(NDISourceMFCaptureTest, AFrameWithoutATimecodeTakesTheTimeSinceTheReceiverWasMade)
+TEST_F(NDISourceMFCaptureTest, AFirstFrameWithoutATimecodeCountsTheTimeSinceTheReceiverWasMadeTwice)
 {
+    const LONGLONG beforeMaking = HnsTime::systemTime();
     const auto source = makeSource(parameters(true, false));
+    const LONGLONG afterMaking = HnsTime::systemTime();
     start(source);
+    const LONGLONG pushed = timeAfter(afterMaking);
     ndi.pushVideo(videoFrame(64, 36, 0), noise(64 * 2 * 36));
-    // Its origin is minus the elapsed time, so the elapsed time counts twice.
+    constexpr LONGLONG timecode = 700 * second;
+    ndi.pushVideo(videoFrame(64, 36, timecode), noise(64 * 2 * 36));
     const LONGLONG first = timeOf(requestSample(streams[0]));
-    EXPECT_GT(first, 0);
-    EXPECT_LT(first, 60 * second);
-    EXPECT_EQ(1, log.countContaining("Video frame read: "));
+    const LONGLONG received = HnsTime::systemTime();
+    // It is taken for that time, and the origin lies as far before zero, as the next frame shows.
+    const LONGLONG elapsed = timeOf(requestSample(streams[0])) - timecode;
+    EXPECT_GE(elapsed, pushed - afterMaking);
+    EXPECT_LE(elapsed, received - beforeMaking);
+    EXPECT_EQ(2 * elapsed, first);
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, ALaterFrameWithoutATimecodeTakesTheTimeSinceTheReceiverWasMade)
+{
+    const LONGLONG beforeMaking = HnsTime::systemTime();
+    const auto source = makeSource(parameters(true, false));
+    const LONGLONG afterMaking = HnsTime::systemTime();
+    start(source);
+    // An origin before zero, so that the rebased time is later than the first sample's and stays as it is.
+    constexpr LONGLONG timecode = -700 * second;
+    ndi.pushVideo(videoFrame(64, 36, timecode), noise(64 * 2 * 36));
+    const LONGLONG origin = timecode - timeOf(requestSample(streams[0]));
+    const LONGLONG pushed = HnsTime::systemTime();
+    ndi.pushVideo(videoFrame(64, 36, 0), noise(64 * 2 * 36));
+    const LONGLONG elapsed = timeOf(requestSample(streams[0])) + origin;
+    const LONGLONG received = HnsTime::systemTime();
+    EXPECT_GE(elapsed, pushed - afterMaking);
+    EXPECT_LE(elapsed, received - beforeMaking);
     source->Shutdown();
 }
 
@@ -182,6 +223,53 @@ TEST_F(NDISourceMFCaptureTest, EveryFrameIsLoggedWithItsTimeSinceTheOriginAndIts
     const LONGLONG time = timeOf(requestSample(streams[0]));
     EXPECT_EQ(1,
               log.count(QtDebugMsg, sourceLog, QStringLiteral("Video frame read: %1ms (700000ms)").arg(time / 10'000)));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, EveryAudioFrameIsLoggedAsOne)
+{
+    const auto source = makeSource(parameters(false, true));
+    start(source);
+    ndi.pushAudio(audioFrame(48000, 2, 480, 700 * second), tone(2, 480));
+    const LONGLONG time = timeOf(requestSample(streams[0]));
+    EXPECT_EQ(1,
+              log.count(QtDebugMsg, sourceLog, QStringLiteral("Audio frame read: %1ms (700000ms)").arg(time / 10'000)));
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, NoLineNamesAPlaceInTheCode)
+{
+    const auto source = makeSource(parameters(true, false));
+    start(source);
+    ndi.pushVideo(videoFrame(64, 36, second, NDIlib_FourCC_video_type_RGBA), noise(64 * 4 * 36));
+    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    ASSERT_TRUE(requestSample(streams[0]));
+    source->Shutdown();
+    const auto lines = log.lines();
+    // A frame read, a check that failed, and so on: debug lines, a warning and critical ones.
+    for (const QtMsgType type : {QtDebugMsg, QtWarningMsg, QtCriticalMsg})
+        EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [type](const auto &line) { return line.type == type; }));
+    for (const LogCapture::Line &line : lines)
+        EXPECT_FALSE(line.hasPlace) << qPrintable(line.text);
+}
+
+TEST_F(NDISourceMFCaptureTest, MetadataIsGivenBackWhenWhoeverReceivesItThrows)
+{
+    const auto source = makeSource();
+    QObject::connect(source.p, &NDISourceMF::metadataRecieved, [] { throw std::runtime_error("no use for it"); });
+    ndi.pushMetadata("<hello/>");
+    EXPECT_THROW(source->captureFrame(NDIlib_frame_type_video), std::runtime_error);
+    EXPECT_EQ(1, ndi.calls().freedFrames);
+    source->Shutdown();
+}
+
+TEST_F(NDISourceMFCaptureTest, AnAudioFrameIsGivenBackWhenItsDeliveryThrows)
+{
+    const auto source = makeSource(parameters(false, true));
+    ndi.setInterleaveHook([] { throw std::runtime_error("no conversion"); });
+    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+    EXPECT_THROW(source->captureFrame(NDIlib_frame_type_audio), std::runtime_error);
+    EXPECT_EQ(1, ndi.calls().freedFrames);
     source->Shutdown();
 }
 

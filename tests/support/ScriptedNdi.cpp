@@ -27,6 +27,7 @@ bool ScriptedNdi::reset()
                        m_calls.overlappingSendCalls == 0;
     m_calls = Calls();
     m_refuseInitialize = m_refuseFinders = m_refuseReceivers = m_refuseSenders = false;
+    m_waitHook = m_interleaveHook = nullptr;
     m_holdSends = false;
     m_keepSent = true;
     m_senderTally = NDIlib_tally_t();
@@ -63,6 +64,18 @@ void ScriptedNdi::refuseReceivers(bool refuse)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_refuseReceivers = refuse;
+}
+
+void ScriptedNdi::setWaitHook(std::function<void()> hook)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_waitHook = std::move(hook);
+}
+
+void ScriptedNdi::setInterleaveHook(std::function<void()> hook)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_interleaveHook = std::move(hook);
 }
 
 void ScriptedNdi::push(Frame frame)
@@ -142,6 +155,9 @@ struct ScriptedNdiAccess {
     {
         ScriptedNdi &script = ScriptedNdi::instance();
         const std::lock_guard<std::mutex> lock(script.m_mutex);
+        const ScriptedNdi::Calls &calls = script.m_calls;
+        script.m_calls.aliveWhenDestroyed += calls.findersMade - calls.findersDestroyed + calls.receiversMade -
+                                             calls.receiversDestroyed + static_cast<int>(script.m_senders.size());
         ++script.m_calls.destroyed;
         script.m_changed.notify_all();
     }
@@ -167,8 +183,22 @@ struct ScriptedNdiAccess {
         script.m_changed.notify_all();
     }
 
+    // Runs the test's function outside the lock.
+    static void callHook(std::function<void()> ScriptedNdi::*hook)
+    {
+        ScriptedNdi &script = ScriptedNdi::instance();
+        std::function<void()> function;
+        {
+            const std::lock_guard<std::mutex> lock(script.m_mutex);
+            function = script.*hook;
+        }
+        if (function)
+            function();
+    }
+
     static bool waitForSources(NDIlib_find_instance_t finder, uint32_t timeout)
     {
+        callHook(&ScriptedNdi::m_waitHook);
         ScriptedNdi &script = ScriptedNdi::instance();
         std::unique_lock<std::mutex> lock(script.m_mutex);
         ++script.m_calls.waits;
@@ -277,6 +307,8 @@ struct ScriptedNdiAccess {
         script.m_changed.notify_all();
     }
 
+    static void beforeInterleaving() { callHook(&ScriptedNdi::m_interleaveHook); }
+
     static void setTally(const NDIlib_tally_t &tally)
     {
         ScriptedNdi &script = ScriptedNdi::instance();
@@ -362,6 +394,7 @@ bool NDIlib_recv_set_tally(NDIlib_recv_instance_t, const NDIlib_tally_t *tally)
 void NDIlib_util_audio_to_interleaved_32f_v2(const NDIlib_audio_frame_v2_t *source,
                                              NDIlib_audio_frame_interleaved_32f_t *destination)
 {
+    ScriptedNdiAccess::beforeInterleaving();
     destination->sample_rate = source->sample_rate;
     destination->no_channels = source->no_channels;
     destination->no_samples = source->no_samples;

@@ -33,6 +33,10 @@ public:
     void refuseReceivers(bool refuse);
     void refuseSenders(bool refuse);
 
+    // Called by whoever waits for sources, or turns planar audio into interleaved, before the runtime does; may throw.
+    void setWaitHook(std::function<void()> hook);
+    void setInterleaveHook(std::function<void()> hook);
+
     // Video and audio sends wait inside the runtime as long as they are held, 20 s at most.
     void holdSends(bool hold);
     // Whether what is sent is kept; otherwise it is only counted.
@@ -76,6 +80,7 @@ public:
     struct Calls {
         int initialized = 0;
         int destroyed = 0;
+        int aliveWhenDestroyed = 0; // finders, receivers and senders, over all times that the runtime was destroyed
         int findersMade = 0;
         int findersDestroyed = 0;
         int waits = 0;
@@ -133,6 +138,8 @@ private:
     bool m_refuseInitialize = false;
     bool m_refuseFinders = false;
     bool m_refuseReceivers = false;
+    std::function<void()> m_waitHook;
+    std::function<void()> m_interleaveHook;
     uint64_t m_sourcesVersion = 0;
     std::vector<std::pair<std::string, std::string>> m_sources;
     std::deque<Frame> m_frames;
