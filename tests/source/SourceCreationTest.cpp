@@ -1,5 +1,6 @@
 #include "source/SourceCreation.h"
 
+#include "plugin/AsyncOperationInterrupted.h"
 #include "tests/source/NodeHarness.h"
 
 #include <QtConcurrent/QtConcurrentRun>
@@ -7,6 +8,9 @@
 #include <QtCore/QThreadPool>
 
 #include <future>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace
 {
@@ -42,6 +46,23 @@ TEST_F(SourceCreationTest, ASenderThatIsThereIsCreatedAndHandsOverItsNodes)
     EXPECT_EQ(1, log.count(QtDebugMsg, sourceLog, "NDI source created"));
 }
 
+TEST_F(SourceCreationTest, TheOutputsHaveChangedBeforeTheNodeIsCreated)
+{
+    connectOutputs();
+    node.setInput(camera);
+    std::vector<std::string> order;
+    const auto note = [&](const char *what) {
+        order.push_back(what + std::string(" while status ") + std::to_string(node.status()));
+    };
+    QObject::connect(&node, &NDISource::videoOutputChanged, [&] { note("video"); });
+    QObject::connect(&node, &NDISource::audioOutputChanged, [&] { note("audio"); });
+    QObject::connect(&node, &MediaNode::statusChanged, [&] { note("status"); });
+    create();
+    EXPECT_EQ((std::vector<std::string>{"status while status 2", "video while status 2", "audio while status 2",
+                                        "status while status 3"}),
+              order);
+}
+
 TEST_F(SourceCreationTest, WithAudioAloneThereIsNoVideoNode)
 {
     connectOutputs(false, true);
@@ -69,7 +90,39 @@ TEST_F(SourceCreationTest, WithoutAFinderTheJobEndsInAnError)
     node.setInput(camera);
     node.createMediaObjects();
     ASSERT_TRUE(waitForStatus(MediaNode::Error));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [finder is null]"));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, "Null pointer"));
     EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [result.status] (HR=0x80004003)"));
+    EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, "NDI source creation failed: \"Error\""));
+    EXPECT_EQ(4U, log.lines().size());
+}
+
+TEST_F(SourceCreationTest, ASearchThatEndsAsCancelledIsToldAsInformationAndLeavesTheStatus)
+{
+    ndi.setWaitHook([] { throw AsyncOperationInterrupted(); });
+    connectOutputs();
+    node.setInput(absent);
+    node.createMediaObjects();
+    EXPECT_TRUE(spinUntil([&] { return !log.lines().empty(); }));
+    EXPECT_EQ(MediaNode::Creating, node.status());
+    EXPECT_EQ(1, log.count(QtInfoMsg, sourceLog, "NDI source creation was cancelled, because it was no longer needed"));
+    EXPECT_EQ(1U, log.lines().size());
+    EXPECT_EQ(1, ndi.calls().findersMade);
+    EXPECT_EQ(1, ndi.calls().findersDestroyed);
+}
+
+TEST_F(SourceCreationTest, AnUnexpectedExceptionLeavesTheNodeCreatingWithNothingLogged)
+{
+    ndi.setWaitHook([] { throw std::runtime_error("not foreseen"); });
+    connectOutputs();
+    node.setInput(absent);
+    node.createMediaObjects();
+    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(20000));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(MediaNode::Creating, node.status());
+    EXPECT_TRUE(log.lines().empty());
+    EXPECT_EQ(1, ndi.calls().findersMade);
+    EXPECT_EQ(1, ndi.calls().findersDestroyed);
 }
 
 TEST_F(SourceCreationTest, ASearchIsCancelledByAnotherInputWhoseResultAloneArrives)
