@@ -4,6 +4,7 @@
 #include <QtCore/QCoreApplication>
 #include <QtCore/QMetaMethod>
 #include <QtCore/QMetaProperty>
+#include <QtCore/QThread>
 
 namespace
 {
@@ -80,14 +81,26 @@ TEST_F(NDISourceTest, TimesAreWrittenInMillisecondsAndReadInHundredNanoseconds)
     int changes = 0;
     QObject::connect(&node, &NDISource::probeTimeChanged, [&] { ++changes; });
     QObject::connect(&node, &NDISource::delayChanged, [&] { ++changes; });
-    node.setProbeTime(250);
-    EXPECT_EQ(0, changes);
     node.setProbeTime(300);
-    node.setDelay(250);
-    EXPECT_EQ(2, changes);
     EXPECT_EQ(3'000'000u, node.probeTime());
+    node.setProbeTime(250);
+    EXPECT_EQ(2'500'000u, node.probeTime());
+    node.setDelay(250);
     EXPECT_EQ(2'500'000u, node.delay());
+    EXPECT_EQ(3, changes);
     EXPECT_EQ(0, createRequests);
+}
+
+TEST_F(NDISourceTest, ATimeWrittenAgainIsNoChange)
+{
+    node.setProbeTime(300);
+    node.setDelay(300);
+    int changes = 0;
+    QObject::connect(&node, &NDISource::probeTimeChanged, [&] { ++changes; });
+    QObject::connect(&node, &NDISource::delayChanged, [&] { ++changes; });
+    node.setProbeTime(300);
+    node.setDelay(300);
+    EXPECT_EQ(0, changes);
 }
 
 TEST_F(NDISourceTest, OnlyHardwareSamplesOfTheFlagsAskForACreation)
@@ -137,10 +150,19 @@ TEST_F(NDISourceTest, MetadataOfASenderBecomesTheProperty)
     node.updateMetadata(envelope);
     EXPECT_EQ(1, changes);
     EXPECT_EQ((QVariantMap{{"camera", 1}}), node.metadata().toMap());
-    for (const char *text : {"", "hello", "<other/>", "<tvx>%%%</tvx>", "<tvx><![CDATA[AAAA]]></tvx>"})
+}
+
+TEST_F(NDISourceTest, ForeignOrDamagedMetadataLeavesThePropertyAsItIs)
+{
+    const QVariant value = QVariantMap{{"camera", 1}};
+    node.updateMetadata(encodeMetadata(value));
+    int changes = 0;
+    QObject::connect(&node, &NDISource::metadataChanged, [&] { ++changes; });
+    for (const char *text : {"", "hello", "<other/>", "<tvx>%%%</tvx>", "<tvx><![CDATA[AAAA]]></tvx>"}) {
         node.updateMetadata(text);
-    EXPECT_EQ(1, changes);
-    EXPECT_TRUE(node.metadata().isValid());
+        EXPECT_EQ(value, node.metadata()) << text;
+    }
+    EXPECT_EQ(0, changes);
 }
 
 TEST_F(NDISourceTest, MetadataFromTheNetworkArrivesOnTheNodesThread)
@@ -150,10 +172,14 @@ TEST_F(NDISourceTest, MetadataFromTheNetworkArrivesOnTheNodesThread)
     node.createMediaObjects();
     ASSERT_TRUE(waitForStatus(MediaNode::Created));
     start(madeSource());
+    QThread *thread = nullptr;
+    QObject::connect(
+        &node, &NDISource::metadataChanged, &node, [&] { thread = QThread::currentThread(); }, Qt::DirectConnection);
     ndi.pushMetadata(encodeMetadata(QStringLiteral("on air")).toStdString());
     ndi.pushVideo(videoFrame(64, 36, 10'000'000), noise(64 * 2 * 36));
     ASSERT_TRUE(requestSample(streams[0]));
-    EXPECT_TRUE(spinUntil([&] { return node.metadata() == QVariant(QStringLiteral("on air")); }));
+    ASSERT_TRUE(spinUntil([&] { return node.metadata() == QVariant(QStringLiteral("on air")); }));
+    EXPECT_EQ(node.thread(), thread);
 }
 
 TEST_F(NDISourceTest, ASourceThatAsksForANewSessionIsMadeAgainUntilItIsLetGo)
