@@ -13,6 +13,29 @@ class HardwareSamplesTest : public StreamsTest
 {
 };
 
+// The sample that an MEMediaSample carries; null in any other event.
+CComPtr<IMFSample> sampleOf(IMFMediaEvent *event)
+{
+    CComPtr<IMFSample> sample;
+    PROPVARIANT value;
+    PropVariantInit(&value);
+    event->GetValue(&value);
+    if (value.vt == VT_UNKNOWN)
+        value.punkVal->QueryInterface(__uuidof(IMFSample), reinterpret_cast<void **>(&sample));
+    PropVariantClear(&value);
+    return sample;
+}
+
+CComPtr<ID3D11Texture2D> textureOf(IMFMediaBuffer *buffer)
+{
+    CComPtr<ID3D11Texture2D> texture;
+    CComPtr<IMFDXGIBuffer> dxgi;
+    EXPECT_EQ(S_OK, buffer->QueryInterface(__uuidof(IMFDXGIBuffer), reinterpret_cast<void **>(&dxgi)));
+    if (dxgi)
+        dxgi->GetResource(__uuidof(ID3D11Texture2D), reinterpret_cast<void **>(&texture));
+    return texture;
+}
+
 } // namespace
 
 TEST_F(HardwareSamplesTest, HardwareSamplesAnnounceUyvyAsYuy2AndFollowTheHostToNv12)
@@ -64,11 +87,9 @@ TEST_F(HardwareSamplesTest, HardwareSamplesLandInTexturesConvertedByteForByte)
     const auto sample = requestSample(streams[0]);
     CComPtr<IMFMediaBuffer> buffer;
     ASSERT_EQ(S_OK, sample->GetBufferByIndex(0, &buffer));
-    CComPtr<IMFDXGIBuffer> dxgi;
-    ASSERT_EQ(S_OK, buffer->QueryInterface(__uuidof(IMFDXGIBuffer), reinterpret_cast<void **>(&dxgi)));
-    CComPtr<ID3D11Texture2D> texture;
-    ASSERT_EQ(S_OK, dxgi->GetResource(__uuidof(ID3D11Texture2D), reinterpret_cast<void **>(&texture)));
-    D3D11_TEXTURE2D_DESC description;
+    const CComPtr<ID3D11Texture2D> texture = textureOf(buffer);
+    ASSERT_TRUE(texture);
+    D3D11_TEXTURE2D_DESC description = {};
     texture->GetDesc(&description);
     EXPECT_EQ(DXGI_FORMAT_YUY2, description.Format);
     EXPECT_EQ(64u, description.Width);
@@ -101,7 +122,37 @@ TEST_F(HardwareSamplesTest, ATextureOfAFormatThatTheDeviceLacksIsReported)
                            " [d3dDevice->CreateTexture2D(&textureDesc, nullptr, &texture)] (HR=0x80070057)"));
 }
 
-TEST_F(HardwareSamplesTest, ATypeOfTheHostThatUyvyCannotBecomeFailsAndSamplesStayUntouched)
+TEST_F(HardwareSamplesTest, FramesUnderATypeThatUyvyCannotBecomeFlowOnAsSamplesOfIt)
+{
+    useHardware();
+    ASSERT_EQ(S_OK, source->SetD3DManager(deviceManager()));
+    start(source);
+    auto frame = videoFrame(64, 36, second);
+    frame.picture_aspect_ratio = 64.0F / 36.0F;
+    ndi.pushVideo(frame, noise(64 * 2 * 36));
+    ASSERT_TRUE(requestSample(streams[0]));
+    auto *const stream = static_cast<tvx::ISourceStream *>(streams[0].p);
+    ASSERT_EQ(MF_E_UNSUPPORTED_D3D_TYPE, stream->SetMediaType(videoType(MFVideoFormat_RGB32)));
+    frame.timecode += second;
+    ndi.pushVideo(frame, noise(64 * 2 * 36));
+    ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
+    const auto event = nextEvent(streams[0]);
+    ASSERT_TRUE(event);
+    MediaEventType type = MEUnknown;
+    event->GetType(&type);
+    EXPECT_EQ(MEMediaSample, type) << "the stream went back to a type of its own";
+    const auto sample = sampleOf(event);
+    ASSERT_TRUE(sample);
+    CComPtr<IMFMediaBuffer> buffer;
+    ASSERT_EQ(S_OK, sample->GetBufferByIndex(0, &buffer));
+    const CComPtr<ID3D11Texture2D> texture = textureOf(buffer);
+    ASSERT_TRUE(texture);
+    D3D11_TEXTURE2D_DESC description = {};
+    texture->GetDesc(&description);
+    EXPECT_EQ(DXGI_FORMAT_B8G8R8X8_UNORM, description.Format);
+}
+
+TEST_F(HardwareSamplesTest, ATypeOfTheHostThatUyvyCannotBecomeFails)
 {
     useHardware();
     VideoStream &stream = videoStream();
@@ -130,12 +181,7 @@ TEST_F(HardwareSamplesTest, AHostThatChoosesNv12GetsItForTheFramesThatFollow)
     MediaEventType type = MEUnknown;
     event->GetType(&type);
     ASSERT_EQ(MEMediaSample, type) << "the stream went back to a type of its own";
-    PROPVARIANT value;
-    PropVariantInit(&value);
-    event->GetValue(&value);
-    CComPtr<IMFSample> sample;
-    value.punkVal->QueryInterface(__uuidof(IMFSample), reinterpret_cast<void **>(&sample));
-    PropVariantClear(&value);
+    const auto sample = sampleOf(event);
 
     std::vector<uint8_t> expected(64 * 36 * 3 / 2);
     ConvertBufferFromUYVYtoNV12(64, 36, const_cast<unsigned char *>(bytes.data()), 128, expected.data(), 64);
