@@ -220,6 +220,13 @@ TEST(MediaTypes, TheDefaultAudioFrameGivesTheDocumentedAttributes)
     EXPECT_EQ(384000u, numberOf(type, MF_MT_AUDIO_AVG_BYTES_PER_SECOND));
     EXPECT_EQ(3u, numberOf(type, MF_MT_AUDIO_CHANNEL_MASK));
     EXPECT_EQ(8u, numberOf(type, MF_MT_AUDIO_BLOCK_ALIGNMENT));
+    EXPECT_EQ(32u, numberOf(type, MF_MT_AUDIO_BITS_PER_SAMPLE));
+    EXPECT_EQ(0u, numberOf(type, MF_MT_COMPRESSED));
+    EXPECT_EQ(1u, numberOf(type, MF_MT_ALL_SAMPLES_INDEPENDENT));
+    EXPECT_EQ(1u, numberOf(type, MF_MT_FIXED_SIZE_SAMPLES));
+    UINT32 count = 0;
+    type->GetCount(&count);
+    EXPECT_EQ(11u, count);
 }
 
 TEST(MediaTypes, ReadingGivesTheStrideOfTheFourCC)
