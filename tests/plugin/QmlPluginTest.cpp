@@ -84,6 +84,34 @@ TEST(QmlPlugin, StartsTheRuntimeOncePerCallAndStopsItAsOftenWhenTheApplicationGo
         testing::ExitedWithCode(0), "");
 }
 
+TEST(QmlPlugin, StopsTheRuntimeWhenNothingOfItIsInUseAnyMore)
+{
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            ScriptedNdi &ndi = ScriptedNdi::instance();
+            int failures = 0;
+            {
+                int count = 0;
+                // The application of the test program stands aside: the one made here goes with its scope.
+                QCoreApplication::instance()->~QCoreApplication();
+                QCoreApplication application(count, nullptr);
+                QmlPlugin plugin;
+                plugin.registerTypes("Test.Lifetime");
+                QQmlEngine engine;
+                const auto object = create(engine, "import QtQml 2.15\nimport Test.Lifetime 1.0\n"
+                                                   "QtObject { property var inputs: NDI.inputs }");
+                failures += !ndi.waitFor([](const auto &calls) { return calls.waits >= 1; });
+                failures += ndi.calls().findersDestroyed != 0;
+            }
+            failures += ndi.calls().destroyed != 1;
+            failures += ndi.calls().findersDestroyed != 1;
+            failures += ndi.calls().aliveWhenDestroyed != 0;
+            std::_Exit(failures);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 TEST(QmlPlugin, CarriesTheInterfaceAndItsClassNameAsMetadata)
 {
     const QPluginLoader loader(QStringLiteral(TAVRIN_PLUGIN_FILE));
@@ -119,6 +147,19 @@ TEST(QmlPlugin, MakesTheModulesTypesKnownToQml)
     EXPECT_NE(int(QMetaType::UnknownType), QMetaType::type("QList<NDIInput>"));
     EXPECT_NE(int(QMetaType::UnknownType), QMetaType::type("NDISource*"));
     EXPECT_NE(int(QMetaType::UnknownType), QMetaType::type("NDISink*"));
+}
+
+TEST(QmlPlugin, HasTheTypesInVersion10Only)
+{
+    LogCapture log;
+    QmlPlugin plugin;
+    plugin.registerTypes("Test.Versions");
+    QQmlEngine engine;
+    EXPECT_TRUE(create(engine, "import Test.Versions 1.0\nNDISource {}"));
+    for (const char *document :
+         {"import Test.Versions 1.1\nNDISource {}", "import Test.Versions 2.0\nNDISource {}",
+          "import Test.Versions 0.9\nNDISource {}", "import QtQml 2.15\nimport Test.Versions 2.0\nQtObject {}"})
+        EXPECT_FALSE(create(engine, document)) << document;
 }
 
 TEST(QmlPlugin, TheSingletonIsOneEnumeratorWithOneFinder)
