@@ -2,6 +2,7 @@
 
 #include <QtCore/QDataStream>
 #include <QtCore/QDateTime>
+#include <QtCore/QEasingCurve>
 #include <QtCore/QHash>
 #include <QtCore/QIODevice>
 #include <QtCore/QList>
@@ -81,6 +82,34 @@ bool hasSimplePattern(QDataStream &stream)
     QString pattern;
     stream >> pattern;
     return stream.status() == QDataStream::Ok && pattern.size() <= maxLength && !pattern.contains(QLatin1Char('{'));
+}
+
+// Qt takes the address of a curve's function out of the bytes and calls it; here the type says which function it is. A
+// function of the sender's own cannot be told so, and of splines' points Qt reserves as many as the bytes claim.
+bool readEasingCurve(QDataStream &stream, QVariant &value)
+{
+    quint8 type = QEasingCurve::Custom;
+    quint64 address = 0;
+    bool hasParameters = false;
+    stream >> type >> address >> hasParameters;
+    if (stream.status() != QDataStream::Ok || type >= QEasingCurve::BezierSpline)
+        return false;
+    QEasingCurve curve(static_cast<QEasingCurve::Type>(type));
+    if (hasParameters) {
+        qreal period = 0;
+        qreal amplitude = 0;
+        qreal overshoot = 0;
+        quint32 bezierPoints = 0;
+        quint32 tcbPoints = 0;
+        stream >> period >> amplitude >> overshoot >> bezierPoints >> tcbPoints;
+        if (stream.status() != QDataStream::Ok || bezierPoints != 0 || tcbPoints != 0)
+            return false;
+        curve.setPeriod(period);
+        curve.setAmplitude(amplitude);
+        curve.setOvershoot(overshoot);
+    }
+    value = curve;
+    return true;
 }
 
 // Qt Qml writes a script's value as whether it is null or undefined and, if it is neither, what it comes to. Its own
@@ -201,6 +230,8 @@ bool readValue(QDataStream &stream, int nesting, QVariant &value)
         return hasClaimedBits(stream) && readWithQt(stream, start, value);
     case QMetaType::QRegExp:
         return hasSimplePattern(stream) && readWithQt(stream, start, value);
+    case QMetaType::QEasingCurve:
+        return readEasingCurve(stream, value);
     case QMetaType::User:
         return readNamedType(stream, start, nesting + 1, value);
     default:

@@ -3,9 +3,13 @@
 #include "discovery/NDIInput.h"
 
 #include <QtCore/QBitArray>
+#include <QtCore/QCborArray>
+#include <QtCore/QCborMap>
+#include <QtCore/QCborValue>
 #include <QtCore/QDataStream>
 #include <QtCore/QDateTime>
 #include <QtCore/QEasingCurve>
+#include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QLine>
@@ -15,6 +19,22 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>
 #include <QtCore/QUuid>
+#include <QtGui/QBrush>
+#include <QtGui/QColor>
+#include <QtGui/QFont>
+#include <QtGui/QImage>
+#include <QtGui/QKeySequence>
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QMatrix>
+#include <QtGui/QPen>
+#include <QtGui/QPolygon>
+#include <QtGui/QQuaternion>
+#include <QtGui/QRegion>
+#include <QtGui/QTextFormat>
+#include <QtGui/QTransform>
+#include <QtGui/QVector2D>
+#include <QtGui/QVector3D>
+#include <QtGui/QVector4D>
 #include <QtQml/QJSEngine>
 #include <QtQml/QJSValue>
 
@@ -61,10 +81,18 @@ TEST(MetadataEnvelope, ForeignOrDamagedTextHasNoPayload)
         EXPECT_EQ(QByteArray(), metadataPayload(text)) << text;
 }
 
-TEST(MetadataEnvelope, EveryStreamableValueOfQtCoreComesBack)
+TEST(MetadataEnvelope, ValuesOfQtCoreComeBack)
 {
     NDIInput::registerMetaType();
     const QVariantList values = {
+        QVariant::fromValue(nullptr),
+        QVariant::fromValue<char>('x'),
+        QVariant::fromValue<signed char>(-1),
+        QVariant::fromValue<uchar>(255),
+        QVariant::fromValue<short>(-300),
+        QVariant::fromValue<ushort>(60000),
+        QVariant::fromValue<long>(-70000),
+        QVariant::fromValue<ulong>(70000),
         true,
         42,
         7u,
@@ -93,6 +121,14 @@ TEST(MetadataEnvelope, EveryStreamableValueOfQtCoreComesBack)
         QUuid(QStringLiteral("{5833a435-00ab-4e9c-affc-1bd331effd30}")),
         QRegularExpression(QStringLiteral("a+b")),
         QJsonDocument(QJsonObject{{"a", 1}}),
+        QJsonObject{{"a", QJsonArray{1, "two"}}},
+        QJsonArray{1, "two"},
+        QJsonValue(2.5),
+        QVariant::fromValue(QCborMap{{QStringLiteral("a"), QCborArray{1, "two"}}}),
+        QVariant::fromValue(QCborArray{1, "two"}),
+        QVariant::fromValue(QCborValue(2.5)),
+        QVariant::fromValue(QCborSimpleType::Null),
+        QEasingCurve(QEasingCurve::InOutQuad),
         QStringList{"a", "b"},
         QVariantList{1, "two", QVariantList{3.0}},
         QVariantMap{{"one", 1}, {"list", QVariantList{1, 2}}},
@@ -115,11 +151,15 @@ TEST(MetadataEnvelope, AForeignEnvelopeDecodesToAnInvalidValue)
 
 TEST(MetadataEnvelope, EveryTruncationOfAValueIsHarmless)
 {
-    const QByteArray payload = streamed([](QDataStream &stream) {
-        stream << QVariant(QVariantMap{{"list", QVariantList{1, "two", QByteArray(100, 'x')}}, {"text", "abc"}});
-    });
-    for (int length = 0; length < payload.size(); ++length)
-        EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload.left(length))).isValid()) << length;
+    const QVariantList values = {
+        QVariantMap{{"list", QVariantList{1, "two", QByteArray(100, 'x')}}, {"text", "abc"}},
+        QEasingCurve(QEasingCurve::InElastic),
+    };
+    for (const QVariant &value : values) {
+        const QByteArray payload = streamed([&value](QDataStream &stream) { stream << value; });
+        for (int length = 0; length < payload.size(); ++length)
+            EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload.left(length))).isValid()) << length;
+    }
 }
 
 TEST(MetadataEnvelope, AContainerThatClaimsMoreThanThereIsAllocatesNothing)
@@ -143,9 +183,98 @@ TEST(MetadataEnvelope, NestingWithoutEndIsRefused)
     EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid());
 }
 
-TEST(MetadataEnvelope, AnEasingCurveIsRefusedSinceQtReadsAFunctionPointerWithIt)
+TEST(MetadataEnvelope, ValuesOfQtGuiOfFixedSizeComeBack)
 {
-    EXPECT_FALSE(decodeMetadata(encodeMetadata(QEasingCurve(QEasingCurve::InOutQuad))).isValid());
+    const QVariantList values = {
+        QColor(10, 20, 30, 40),
+        QVariant::fromValue(QTextLength(QTextLength::PercentageLength, 50)),
+        QVariant::fromValue(QMatrix(1, 2, 3, 4, 5, 6)),
+        QTransform(1, 2, 3, 4, 5, 6, 7, 8, 9),
+        QMatrix4x4(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16),
+        QVector2D(1, 2),
+        QVector3D(1, 2, 3),
+        QVector4D(1, 2, 3, 4),
+        QQuaternion(1, 2, 3, 4),
+    };
+    for (const QVariant &value : values)
+        EXPECT_EQ(value, decodeMetadata(encodeMetadata(value))) << value.typeName();
+}
+
+TEST(MetadataEnvelope, ValuesOfQtGuiThatAreReadWithoutBoundAreRefused)
+{
+    QImage image(2, 2, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    const QVariantList values = {
+        QFont(QStringLiteral("Sans")),
+        image,
+        QBrush(Qt::red),
+        QPen(Qt::red),
+        QPolygon(QVector<QPoint>{{1, 2}, {3, 4}}),
+        QPolygonF(QVector<QPointF>{{1, 2}, {3, 4}}),
+        QRegion(1, 2, 3, 4),
+        QKeySequence(QStringLiteral("Ctrl+A")),
+        QVariant::fromValue(QTextFormat(QTextFormat::BlockFormat)),
+    };
+    for (const QVariant &value : values) {
+        EXPECT_FALSE(decodeMetadata(encodeMetadata(value)).isValid()) << value.typeName();
+        EXPECT_FALSE(decodeMetadata(encodeMetadata(QVariantList{1, value})).isValid()) << value.typeName();
+    }
+}
+
+TEST(MetadataEnvelope, AnEasingCurveComesBackWithTheParametersThatItHas)
+{
+    for (int type = QEasingCurve::Linear; type < QEasingCurve::BezierSpline; ++type) {
+        QEasingCurve curve(static_cast<QEasingCurve::Type>(type));
+        EXPECT_EQ(QVariant(curve), decodeMetadata(encodeMetadata(curve))) << type;
+        curve.setPeriod(0.25);
+        curve.setAmplitude(1.5);
+        curve.setOvershoot(2.5);
+        const QVariant value = curve; // not every type of curve keeps each of the parameters when it is copied
+        const QVariant decoded = decodeMetadata(encodeMetadata(value));
+        EXPECT_EQ(value, decoded) << type;
+        EXPECT_EQ(QVariant(QVariantList{value, 1}), decodeMetadata(encodeMetadata(QVariantList{value, 1}))) << type;
+        EXPECT_EQ(curve.valueForProgress(0.3), decoded.value<QEasingCurve>().valueForProgress(0.3)) << type;
+    }
+}
+
+TEST(MetadataEnvelope, AFunctionsAddressThatComesWithAnEasingCurveIsNotCalled)
+{
+    const QByteArray payload = streamed([](QDataStream &stream) {
+        stream << quint32(QMetaType::QEasingCurve) << qint8(0) << quint8(QEasingCurve::Linear) << quint64(1) << false;
+    });
+    EXPECT_EQ(0.5, decodeMetadata(wrapMetadataPayload(payload)).value<QEasingCurve>().valueForProgress(0.5));
+}
+
+TEST(MetadataEnvelope, ASplineOrAFunctionOfTheSendersOwnIsRefused)
+{
+    QEasingCurve bezier(QEasingCurve::BezierSpline);
+    bezier.addCubicBezierSegment({0.1, 0.2}, {0.3, 0.4}, {1, 1});
+    QEasingCurve tcb(QEasingCurve::TCBSpline);
+    tcb.addTCBSegment({0, 0}, 0.1, 0.2, 0.3);
+    tcb.addTCBSegment({1, 1}, 0.1, 0.2, 0.3);
+    QEasingCurve custom;
+    custom.setCustomType([](qreal progress) { return 1 - progress; });
+    for (const QEasingCurve &curve : {bezier, tcb, custom})
+        EXPECT_FALSE(decodeMetadata(encodeMetadata(curve)).isValid()) << curve.type();
+}
+
+TEST(MetadataEnvelope, AnEasingCurveOfNoTypeOrWithPointsIsRefused)
+{
+    struct Case {
+        int type;
+        quint32 bezierPoints;
+        quint32 tcbPoints;
+    };
+    for (const Case &each :
+         {Case{QEasingCurve::BezierSpline, 0, 0}, Case{QEasingCurve::TCBSpline, 0, 0}, Case{QEasingCurve::Custom, 0, 0},
+          Case{QEasingCurve::NCurveTypes, 0, 0}, Case{255, 0, 0}, Case{QEasingCurve::InElastic, 0xffffffff, 0},
+          Case{QEasingCurve::InElastic, 0, 0xffffffff}}) {
+        const QByteArray payload = streamed([&each](QDataStream &stream) {
+            stream << quint32(QMetaType::QEasingCurve) << qint8(0) << quint8(each.type) << quint64(0) << true;
+            stream << 1.0 << 1.0 << 1.0 << each.bezierPoints << each.tcbPoints;
+        });
+        EXPECT_FALSE(decodeMetadata(wrapMetadataPayload(payload)).isValid()) << each.type;
+    }
 }
 
 TEST(MetadataEnvelope, MoreBitsThanThereAreAreRefused)
