@@ -8,6 +8,7 @@
 //
 // Read back as Qt wrote them are the values of Qt Core, of QtGui's types of fixed size, and of types that are
 // registered with stream operators of their own; a script's value (QJSValue) reads back as what it comes to. Refused
-// are the types that cannot be read within bounds: easing curves, regular expressions of the old kind that are long or
-// count repetitions, and the rest of QtGui (pictures, brushes, polygons).
+// are the values that cannot be read within bounds: easing curves that are splines or functions of one's own, regular
+// expressions of the old kind that are long or count repetitions, and the rest of QtGui (fonts, pictures, brushes,
+// polygons).
 QVariant readVariant(const QByteArray &bytes);
