@@ -15,11 +15,11 @@ class StreamFailureTest : public StreamsTest
 protected:
     void pushVideo() { ndi.pushVideo(videoFrame(64, 36, ++m_frames * second), noise(64 * 2 * 36)); }
     void pushAudio() { ndi.pushAudio(audioFrame(48000, 2, 480, ++m_frames * second), tone(2, 480)); }
-    // Whether a frame was given back, after which that line has been logged.
-    bool isGivenBack(int frames, const char *line)
+    // Whether that line comes, and as many frames have gone back to the runtime.
+    bool isDropped(int givenBack, const char *line)
     {
         return log.waitFor(QtCriticalMsg, sourceLog, line) &&
-               ndi.waitFor([frames](const auto &calls) { return calls.freedFrames == frames; });
+               ndi.waitFor([givenBack](const auto &calls) { return calls.freedFrames == givenBack; });
     }
 
 private:
@@ -44,7 +44,7 @@ TEST_F(StreamFailureTest, AFrameForAPictureThatItsConsumerStillHoldsLockedIsDrop
     ASSERT_EQ(S_OK, buffer->Lock(&bytes, nullptr, nullptr));
     pushVideo();
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
-    EXPECT_TRUE(isGivenBack(2, " [bufferLock.buffer() is null]"));
+    EXPECT_TRUE(isDropped(2, " [bufferLock.buffer() is null]"));
     buffer->Unlock();
     pushVideo();
     EXPECT_TRUE(nextSample(streams[0]));
@@ -57,7 +57,7 @@ TEST_F(StreamFailureTest, AVideoFrameForASampleWithoutABufferIsDropped)
     requestSample(streams[0])->RemoveAllBuffers();
     pushVideo();
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
-    EXPECT_TRUE(isGivenBack(2, " [poolSample->ConvertToContiguousBuffer(&buffer)] (HR=0x8000FFFF)"));
+    EXPECT_TRUE(isDropped(2, " [poolSample->ConvertToContiguousBuffer(&buffer)] (HR=0x8000FFFF)"));
 }
 
 TEST_F(StreamFailureTest, AnAudioFrameWithoutASampleToTakeIsDropped)
@@ -67,7 +67,7 @@ TEST_F(StreamFailureTest, AnAudioFrameWithoutASampleToTakeIsDropped)
         const FailingMediaCall failing(MediaCall::CreateTrackedSample, E_OUTOFMEMORY);
         pushAudio();
         ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
-        EXPECT_TRUE(isGivenBack(1, " [m_samplePool->Pop(&poolSample, frameSize)] (HR=0x8007000E)"));
+        EXPECT_TRUE(isDropped(1, " [m_samplePool->Pop(&poolSample, frameSize)] (HR=0x8007000E)"));
     }
     pushAudio();
     EXPECT_TRUE(nextSample(streams[1]));
@@ -80,7 +80,7 @@ TEST_F(StreamFailureTest, AVideoFrameWithoutASampleToTakeIsDropped)
         const FailingMediaCall failing(MediaCall::CreateVideoSampleFromSurface, E_OUTOFMEMORY);
         pushVideo();
         ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
-        EXPECT_TRUE(isGivenBack(1, " [m_samplePool->Pop(&poolSample)] (HR=0x8007000E)"));
+        EXPECT_TRUE(isDropped(1, " [m_samplePool->Pop(&poolSample)] (HR=0x8007000E)"));
         EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog,
                                " [MFCreateVideoSampleFromSurface(nullptr, &sample)] (HR=0x8007000E)"));
     }
