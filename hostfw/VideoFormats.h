@@ -20,7 +20,8 @@ MULTIMEDIA_EXPORT unsigned BytesPerPixel(const D3DFORMAT &format);
 // One picture, top line first. Strides are in bytes and may be larger than a line; a negative destination stride writes
 // a bottom-up picture whose top line begins at `destination`. Width and height in pixels, odd ones included: a UYVY
 // line of odd width ends in half a group of which only U, Y and V count. NV12 puts its interleaved chroma plane right
-// behind `height` lines of luma at the same stride. Nothing happens for sizes below 1 or null pointers.
+// behind `height` lines of luma at the same stride; with a negative one that is before them in memory. Nothing happens
+// for sizes below 1 or null pointers.
 MULTIMEDIA_EXPORT void ConvertBufferFromUYVYtoNV12(int width, int height, unsigned char *source, int sourceStride,
                                                    unsigned char *destination, int destinationStride);
 MULTIMEDIA_EXPORT void ConvertBufferFromUYVYtoYUY2(int width, int height, unsigned char *source, int sourceStride,

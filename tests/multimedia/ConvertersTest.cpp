@@ -102,9 +102,13 @@ TEST_P(Converters, NegativeStrideMakesYuy2BottomUp)
     Destination destination(stride * height());
     ConvertBufferFromUYVYtoYUY2(width(), height(), m_source.bytes.data(), m_source.stride,
                                 destination.at(stride * (height() - 1)), -stride);
-    for (int y = 0; y < height(); ++y)
-        for (int x = 0; x < width(); ++x)
-            ASSERT_EQ(*destination.at((height() - 1 - y) * stride + x * 2), m_source.luma(x, y)) << x << ',' << y;
+    for (int y = 0; y < height(); ++y) {
+        for (int x = 0; x < width(); ++x) {
+            const unsigned char *const pixel = destination.at((height() - 1 - y) * stride + x * 2);
+            ASSERT_EQ(pixel[0], m_source.luma(x, y)) << x << ',' << y;
+            ASSERT_EQ(pixel[1], m_source.chroma(x % 2, x / 2, y)) << x << ',' << y;
+        }
+    }
     EXPECT_TRUE(destination.marginsUntouched());
 }
 
@@ -126,6 +130,23 @@ TEST_P(Converters, Nv12HasAllLumaAndHalfTheLinesOfChroma)
         }
     }
     EXPECT_TRUE(destination.marginsUntouched());
+}
+
+// All lines stand in reverse: those of the chroma plane, the last one first, before those of the luma.
+TEST_P(Converters, NegativeStrideMakesNv12BottomUp)
+{
+    const int stride = (width() + 1) / 2 * 2 + padding();
+    const int lines = height() + (height() + 1) / 2;
+    Destination upright(stride * lines);
+    Destination reversed(stride * lines);
+    ConvertBufferFromUYVYtoNV12(width(), height(), m_source.bytes.data(), m_source.stride, upright.at(0), stride);
+    ConvertBufferFromUYVYtoNV12(width(), height(), m_source.bytes.data(), m_source.stride,
+                                reversed.at(stride * (lines - 1)), -stride);
+    for (int line = 0; line < lines; ++line)
+        for (int at = 0; at < stride; ++at)
+            ASSERT_EQ(*reversed.at((lines - 1 - line) * stride + at), *upright.at(line * stride + at))
+                << at << ',' << line;
+    EXPECT_TRUE(reversed.marginsUntouched());
 }
 
 INSTANTIATE_TEST_SUITE_P(Sizes, Converters,
