@@ -1,6 +1,7 @@
 #include "hostfw/SamplePool.h"
 
 #include "multimedia/SampleRecycler.h"
+#include "multimedia/TrackedSamples.h"
 
 #include <mfapi.h>
 
@@ -61,6 +62,8 @@ public:
             HRESULT hr = m_allocator ? m_allocator() : S_OK;
             if (SUCCEEDED(hr))
                 hr = m_factory(&popped);
+            if (SUCCEEDED(hr) && popped)
+                hr = makeReadable(popped);
             if (FAILED(hr))
                 return hr;
         }
@@ -99,7 +102,7 @@ public:
         if (!popped) {
             hr = m_allocator ? m_allocator() : S_OK;
             if (SUCCEEDED(hr))
-                hr = makeSample(&popped);
+                hr = makeTrackedSample(&popped);
         }
         if (SUCCEEDED(hr))
             hr = provideBuffer(popped, size);
@@ -117,15 +120,6 @@ public:
     }
 
 private:
-    static HRESULT makeSample(IMFSample **sample)
-    {
-        CComPtr<IMFTrackedSample> tracked;
-        const HRESULT hr = MFCreateTrackedSample(&tracked);
-        if (FAILED(hr))
-            return hr;
-        return tracked->QueryInterface(__uuidof(IMFSample), reinterpret_cast<void **>(sample));
-    }
-
     static HRESULT provideBuffer(IMFSample *sample, DWORD size)
     {
         CComPtr<IMFMediaBuffer> buffer;

@@ -1,9 +1,12 @@
 #include "hostfw/SamplePool.h"
 #include "hostfw/ComPtr.h"
 #include "tests/multimedia/WorkItem.h"
+#include "tests/support/RefusingSample.h"
 
 #include <gtest/gtest.h>
 
+#include <d3d9types.h>
+#include <evr.h>
 #include <mfapi.h>
 #include <mferror.h>
 #include <mfidl.h>
@@ -35,6 +38,35 @@ HRESULT makeTrackedSample(IMFSample **out)
         hr = sample->AddBuffer(buffer);
     return SUCCEEDED(hr) ? sample.CopyTo(out) : hr;
 }
+
+// Has two buffers and an attribute, of which nobody is given one buffer.
+class SurfaceSample : public RefusingSample
+{
+public:
+    SurfaceSample()
+    {
+        for (CComPtr<IMFMediaBuffer> &buffer : m_buffers)
+            MFCreateMemoryBuffer(bufferSize, &buffer);
+    }
+
+    const CComPtr<IMFMediaBuffer> &buffer(int index) const { return m_buffers[index]; }
+    DWORD count() const { return m_count; }
+
+    STDMETHODIMP CopyAllItems(IMFAttributes *to) override { return to->SetUINT32(someAttribute, 7); }
+    STDMETHODIMP GetSampleFlags(DWORD *flags) override { return *flags = 30, S_OK; }
+    STDMETHODIMP GetSampleTime(LONGLONG *time) override { return *time = 10, S_OK; }
+    STDMETHODIMP GetSampleDuration(LONGLONG *duration) override { return *duration = 20, S_OK; }
+    STDMETHODIMP GetBufferCount(DWORD *count) override { return *count = m_count, S_OK; }
+    STDMETHODIMP GetBufferByIndex(DWORD index, IMFMediaBuffer **buffer) override
+    {
+        return m_buffers[index].CopyTo(buffer);
+    }
+    STDMETHODIMP RemoveAllBuffers() override { return m_count = 0, S_OK; }
+
+private:
+    CComPtr<IMFMediaBuffer> m_buffers[2];
+    DWORD m_count = 2;
+};
 
 void fill(IMFSample *sample)
 {
@@ -280,6 +312,76 @@ TEST_F(FixedSamplePool, GivesSamplesThatCannotBeTrackedAway)
         ASSERT_EQ(pool->Pop(&sample), S_OK);
     }
     EXPECT_EQ(m_factoryCalls, 2);
+}
+
+TEST_F(FixedSamplePool, MovesWhatASampleThatCannotBeReadHoldsIntoOneThatCan)
+{
+    SurfaceSample surface;
+    const std::unique_ptr<tvx::ISamplePoolFixed> pool(tvx::createFixedSizeSamplePool(
+        nullptr, {}, [&](IMFSample **sample) { return *sample = &surface, S_OK; }, limit));
+    Sample sample;
+    ASSERT_EQ(pool->Pop(&sample), S_OK);
+    UINT32 attribute = 0;
+    LONGLONG time = 0;
+    LONGLONG duration = 0;
+    DWORD flags = 0;
+    sample->GetUINT32(someAttribute, &attribute);
+    sample->GetSampleTime(&time);
+    sample->GetSampleDuration(&duration);
+    sample->GetSampleFlags(&flags);
+    EXPECT_EQ(attribute, 7U);
+    EXPECT_EQ(time, 10);
+    EXPECT_EQ(duration, 20);
+    EXPECT_EQ(flags, 30U);
+    CComPtr<IMFMediaBuffer> second;
+    ASSERT_EQ(sample->GetBufferByIndex(1, &second), S_OK);
+    EXPECT_EQ(bufferOf(sample).p, surface.buffer(0).p);
+    EXPECT_EQ(second.p, surface.buffer(1).p);
+    EXPECT_EQ(surface.count(), 0U);
+    CComPtr<IMFMediaBuffer> whole;
+    EXPECT_EQ(sample->ConvertToContiguousBuffer(&whole), S_OK);
+}
+
+TEST_F(FixedSamplePool, RecyclesTheSampleThatTookAnothersPlace)
+{
+    SurfaceSample surface;
+    const std::unique_ptr<tvx::ISamplePoolFixed> pool(tvx::createFixedSizeSamplePool(
+        nullptr, {},
+        [&](IMFSample **sample) {
+            ++m_factoryCalls;
+            return *sample = &surface, S_OK;
+        },
+        limit));
+    for (int frame = 0; frame < 10; ++frame) {
+        Sample sample;
+        ASSERT_EQ(pool->Pop(&sample), S_OK);
+        EXPECT_EQ(bufferOf(sample).p, surface.buffer(0).p);
+        sample.Release();
+        expectSamplesToComeBack();
+    }
+    EXPECT_EQ(m_factoryCalls, 1);
+}
+
+TEST_F(FixedSamplePool, GivesTheSystemsVideoSamplesAsOneBuffer)
+{
+    const std::unique_ptr<tvx::ISamplePoolFixed> pool(tvx::createFixedSizeSamplePool(
+        nullptr, {},
+        [](IMFSample **out) {
+            CComPtr<IMFMediaBuffer> buffer;
+            HRESULT hr = MFCreate2DMediaBuffer(16, 8, D3DFMT_YUY2, FALSE, &buffer);
+            Sample sample;
+            if (SUCCEEDED(hr))
+                hr = MFCreateVideoSampleFromSurface(nullptr, &sample);
+            if (SUCCEEDED(hr))
+                hr = sample->AddBuffer(buffer);
+            return SUCCEEDED(hr) ? sample.CopyTo(out) : hr;
+        },
+        limit));
+    Sample sample;
+    ASSERT_EQ(pool->Pop(&sample), S_OK);
+    CComPtr<IMFMediaBuffer> whole;
+    EXPECT_EQ(sample->ConvertToContiguousBuffer(&whole), S_OK);
+    EXPECT_EQ(whole.p, bufferOf(sample).p);
 }
 
 TEST_F(FixedSamplePool, RefusesToPopNowhere)

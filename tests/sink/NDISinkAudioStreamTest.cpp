@@ -3,7 +3,7 @@
 #include "format/MetadataEnvelope.h"
 #include "tests/sink/SinkFakes.h"
 #include "tests/sink/SinkHarness.h"
-#include "tests/source/RefusingSample.h"
+#include "tests/support/RefusingSample.h"
 
 namespace
 {

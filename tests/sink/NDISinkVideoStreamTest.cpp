@@ -3,8 +3,8 @@
 #include "format/MetadataEnvelope.h"
 #include "tests/sink/SinkFakes.h"
 #include "tests/sink/SinkHarness.h"
-#include "tests/source/RefusingSample.h"
 #include "tests/source/SourceHarness.h"
+#include "tests/support/RefusingSample.h"
 
 #include <algorithm>
 

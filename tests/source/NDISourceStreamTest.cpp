@@ -1,5 +1,5 @@
-#include "tests/source/RefusingSample.h"
 #include "tests/source/StreamHarness.h"
+#include "tests/support/RefusingSample.h"
 
 namespace
 {

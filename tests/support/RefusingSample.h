@@ -6,7 +6,7 @@
 
 // A sample that takes its time and its duration, or refuses them, as the test says, and can do nothing else. Lives
 // where the test puts it: it is not counted.
-class RefusingSample final : public IMFSample
+class RefusingSample : public IMFSample
 {
 public:
     HRESULT timeResult = S_OK;
