@@ -41,13 +41,11 @@ HRESULT WINAPI MFCreate2DMediaBuffer(DWORD width, DWORD height, DWORD fourcc, BO
     if (!buffer)
         return E_POINTER;
     *buffer = nullptr;
+    // Only RGB pictures are upside down.
     const ImageFormat *const format = findImageFormat(fourcc);
-    if (!format)
+    if (!format || (bottomUp && !format->isRgb()))
         return MF_E_INVALIDMEDIATYPE;
     if (width == 0 || height == 0 || width > maxSide || height > maxSide)
-        return E_INVALIDARG;
-    // Planes behind the first have no place in a picture that is upside down.
-    if (bottomUp && format->chroma != Chroma::None)
         return E_INVALIDARG;
     const ImageShape shape(*format, width, height);
     const auto pitch = static_cast<UINT32>(roundUp(shape.lineBytes(), pitchAlignment(*format)));

@@ -26,6 +26,15 @@ TEST_F(PictureBuffer, IsNotMadeOfAnUnknownFormat)
     EXPECT_FALSE(buffer);
 }
 
+TEST_F(PictureBuffer, IsUpsideDownOfRgbOnly)
+{
+    for (const DWORD format : {fourCC("NV12"), fourCC("YUY2"), fourCC("UYVY"), fourCC("AYUV")}) {
+        CComPtr<IMFMediaBuffer> buffer;
+        EXPECT_EQ(MFCreate2DMediaBuffer(16, 16, format, TRUE, &buffer), MF_E_INVALIDMEDIATYPE) << format;
+        EXPECT_FALSE(buffer);
+    }
+}
+
 TEST_F(PictureBuffer, HasTheContiguousLengthOfItsFormat)
 {
     struct Expectation {

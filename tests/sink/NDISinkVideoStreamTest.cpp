@@ -26,6 +26,16 @@ protected:
     LooseVideoStream stream{5, sink};
 };
 
+// Only RGB pictures have their lines in memory from the bottom to the top.
+const struct Lines {
+    const GUID &subtype;
+    DWORD format;
+    size_t pixelBytes;
+    bool bottomUp;
+} directions[] = {{MFVideoFormat_UYVY, fourCCUYVY, 2, false},
+                  {MFVideoFormat_RGB32, rgb32Format, 4, false},
+                  {MFVideoFormat_RGB32, rgb32Format, 4, true}};
+
 } // namespace
 
 TEST_F(NDISinkVideoStreamTest, LinesThatLieFurtherApartThanTheirBytesAreSentPacked)
@@ -111,34 +121,36 @@ TEST_F(NDISinkVideoStreamTest, ABufferOfASmallerPictureGivesTheLinesThatItHolds)
 
 TEST_F(NDISinkVideoStreamTest, ABufferOfAWiderPictureGivesTheBeginningsOfItsLines)
 {
-    constexpr size_t stride = 64 * 2;
-    const auto whole = noise(stride * 36, 1);
-    stream.onMediaTypeChanged(pictureType());
-    for (const bool bottomUp : {false, true}) {
+    for (const Lines &lines : directions) {
+        const size_t stride = 64 * lines.pixelBytes;
+        const auto whole = noise(stride * 36, 1);
+        stream.onMediaTypeChanged(pictureType(64, 36, lines.subtype));
         const DWORD shapes[][2] = {{128, 10}, {66, 35}};
         for (const auto &[width, height] : shapes) {
-            const auto wider = noise(size_t{width} * 2 * height, 2);
+            const auto wider = noise(width * lines.pixelBytes * height, 2);
             auto expected = whole;
             for (size_t line = 0; line < height; ++line)
-                std::copy_n(wider.begin() + static_cast<ptrdiff_t>(line * width * 2), stride,
+                std::copy_n(wider.begin() + static_cast<ptrdiff_t>(line * width * lines.pixelBytes), stride,
                             expected.begin() + static_cast<ptrdiff_t>(line * stride));
             send(bytesSample(whole));
-            EXPECT_EQ(expected, send(pictureSample(wider, width, height, fourCCUYVY, bottomUp)).picture)
-                << width << 'x' << height << (bottomUp ? " bottom-up" : "");
+            EXPECT_EQ(expected, send(pictureSample(wider, width, height, lines.format, lines.bottomUp)).picture)
+                << width << 'x' << height << (lines.bottomUp ? " bottom-up" : "");
         }
     }
 }
 
 TEST_F(NDISinkVideoStreamTest, ABufferOfANarrowerPictureIsNotReadBeyondItsEnds)
 {
-    constexpr ptrdiff_t stride = 64 * 2;
-    const auto whole = noise(stride * 36, 1);
-    stream.onMediaTypeChanged(pictureType());
-    for (const bool bottomUp : {false, true}) {
+    for (const Lines &lines : directions) {
+        const size_t stride = 64 * lines.pixelBytes;
+        const auto whole = noise(stride * 36, 1);
+        stream.onMediaTypeChanged(pictureType(64, 36, lines.subtype));
         send(bytesSample(whole));
-        const auto sent = send(pictureSample(noise(16 * 2 * 4, 2), 16, 4, fourCCUYVY, bottomUp)).picture;
+        const auto narrower = noise(16 * lines.pixelBytes * 4, 2);
+        const auto sent = send(pictureSample(narrower, 16, 4, lines.format, lines.bottomUp)).picture;
         // No line of the type lies within four lines of a quarter of its width from the fourth on.
-        EXPECT_TRUE(std::equal(sent.begin() + 4 * stride, sent.end(), whole.begin() + 4 * stride));
+        const auto untouched = static_cast<ptrdiff_t>(4 * stride);
+        EXPECT_TRUE(std::equal(sent.begin() + untouched, sent.end(), whole.begin() + untouched));
     }
 }
 

@@ -196,8 +196,8 @@ TEST_F(HardwareSamplesTest, BehindAFrameThatFitsNoTextureTheFormerFormatIsAnnoun
     const auto bytes = noise(64 * 2 * 36);
     ndi.pushVideo(videoFrame(64, 36, second), bytes);
     ASSERT_TRUE(requestSample(streams[0]));
-    // YUY2 textures have no half groups of pixels.
-    ndi.pushVideo(videoFrame(63, 36, 2 * second, NDIlib_FourCC_video_type_UYVY, 128), bytes);
+    constexpr int tooWide = 2 * D3D11_REQ_TEXTURE2D_U_OR_V_DIMENSION;
+    ndi.pushVideo(videoFrame(tooWide, 2, 2 * second), noise(tooWide * 2 * 2));
     ndi.pushVideo(videoFrame(64, 36, 3 * second), bytes);
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     const std::vector<MediaEventType> expected = {MEStreamFormatChanged, MEStreamFormatChanged, MEMediaSample};
