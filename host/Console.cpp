@@ -2,14 +2,19 @@
 
 #include "host/Console.h"
 
-#include <QtCore/QSocketNotifier>
+#include <QtCore/qglobal.h>
 
 #ifdef Q_OS_WIN
+#include <QtCore/QAbstractNativeEventFilter>
+#include <QtCore/QCoreApplication>
+
 #include <windows.h>
 
 #include <io.h>
 #include <stdio.h>
 #else
+#include <QtCore/QSocketNotifier>
+
 #include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
@@ -32,15 +37,36 @@ std::atomic<int> interrupts{0};
 
 std::atomic<Interrupt *> listener{nullptr};
 
-// Runs on a thread that the system makes for it.
-BOOL WINAPI onControl(DWORD)
+void onRequest()
 {
     if (++interrupts > 1)
         TerminateProcess(GetCurrentProcess(), ForcedExitCode);
     if (Interrupt *const object = listener)
         QMetaObject::invokeMethod(object, &Interrupt::interrupted, Qt::QueuedConnection);
+}
+
+// Runs on a thread that the system makes for it.
+BOOL WINAPI onControl(DWORD)
+{
+    onRequest();
     return TRUE;
 }
+
+// Who started the program without a console shared with it asks its main thread to close.
+class CloseRequests : public QAbstractNativeEventFilter
+{
+public:
+    bool nativeEventFilter(const QByteArray &, void *message, long *) override
+    {
+        const auto *const posted = static_cast<const MSG *>(message);
+        if (posted->hwnd || posted->message != WM_CLOSE)
+            return false;
+        onRequest();
+        return true;
+    }
+};
+
+CloseRequests closeRequests;
 
 #else
 
@@ -68,10 +94,12 @@ Interrupt::Interrupt(QObject *parent) : QObject(parent)
     interrupts = 0;
     listener = this;
     SetConsoleCtrlHandler(&onControl, TRUE);
+    QCoreApplication::instance()->installNativeEventFilter(&closeRequests);
 }
 
 Interrupt::~Interrupt()
 {
+    QCoreApplication::instance()->removeNativeEventFilter(&closeRequests);
     SetConsoleCtrlHandler(&onControl, FALSE);
     listener = nullptr;
 }

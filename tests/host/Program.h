@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QtCore/QByteArray>
+#include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
 #include <QtCore/QProcess>
@@ -50,6 +51,8 @@ protected:
         file.write(text);
         return path;
     }
+    // The path as a message names it.
+    static QByteArray shown(const QString &path) { return QDir::toNativeSeparators(path).toLocal8Bit(); }
     QString path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
 
     const QString m_pattern = QStringLiteral(TAVRIN_EXAMPLES "/pattern.qml");

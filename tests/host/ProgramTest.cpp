@@ -48,7 +48,7 @@ TEST_F(Program, TellsFileAndLineOfAnErrorInTheScene)
     const QString path = scene("import Tavrin.Host 1.0\nGraph {\n    TestPattern { wdth: 5 }\n}\n");
     const Outcome outcome = run({path});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_TRUE(outcome.errors.contains(path.toLocal8Bit() + ":3: ")) << outcome.errors.constData();
+    EXPECT_TRUE(outcome.errors.contains(shown(path) + ":3: ")) << outcome.errors.constData();
     EXPECT_TRUE(outcome.errors.contains("wdth"));
 }
 
@@ -57,7 +57,7 @@ TEST_F(Program, TellsWhereItLookedForAModule)
     const QString path = scene("import No.Such.Module 1.0\nGraph {}\n");
     const Outcome outcome = run({"--import", "/somewhere/else", path});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_TRUE(outcome.errors.contains(path.toLocal8Bit() + ":1: ")) << outcome.errors.constData();
+    EXPECT_TRUE(outcome.errors.contains(shown(path) + ":1: ")) << outcome.errors.constData();
     EXPECT_TRUE(outcome.errors.contains("No.Such.Module"));
     EXPECT_TRUE(outcome.errors.contains("/somewhere/else: no such folder"));
     EXPECT_TRUE(outcome.errors.contains("Modules are looked for in:")) << outcome.errors.constData();
@@ -83,7 +83,7 @@ TEST_F(Program, TellsFileAndLineOfAnErrorWhileTheSceneRunsAndGoesOn)
                                "        onTriggered: { console.info('went on'); Qt.quit() }\n    }\n}\n");
     const Outcome outcome = run({path});
     EXPECT_EQ(outcome.code, 2);
-    EXPECT_TRUE(outcome.errors.contains(path.toLocal8Bit() + ":3: ReferenceError")) << outcome.errors.constData();
+    EXPECT_TRUE(outcome.errors.contains(shown(path) + ":3: ReferenceError")) << outcome.errors.constData();
     EXPECT_EQ(outcome.errors.count("ReferenceError"), 1) << outcome.errors.constData();
     EXPECT_TRUE(outcome.errors.contains("went on")) << outcome.errors.constData();
 }
