@@ -71,23 +71,44 @@ protected:
     }
     void TearDown() override
     {
-        if (m_session) {
-            m_session->Close();
-            EXPECT_EQ(S_OK, statusOf(MESessionClosed));
-            m_session->Shutdown();
-        }
-        m_session.Release();
+        if (m_session)
+            close();
         SourceTest::TearDown();
     }
 
-    // The status of the session's next event of that kind; those before it are dropped.
-    HRESULT statusOf(MediaEventType type)
+    // As an application is told to: the session holds the source until the source is shut down.
+    void close()
     {
-        const auto event = waitForEvent(m_session, type);
-        HRESULT status = E_PENDING;
-        if (event)
+        EXPECT_EQ(S_OK, m_session->Close());
+        EXPECT_EQ(S_OK, statusOf(MESessionClosed));
+        if (m_source) {
+            EXPECT_EQ(S_OK, m_source->Shutdown());
+        }
+        EXPECT_EQ(S_OK, m_session->Shutdown());
+        m_source.Release();
+        m_session.Release();
+    }
+
+    // The status of the session's next event of that kind. Those of a change of state are written down.
+    HRESULT statusOf(MediaEventType wanted)
+    {
+        while (const auto event = nextEvent(m_session)) {
+            MediaEventType type = MEUnknown;
+            HRESULT status = E_PENDING;
+            event->GetType(&type);
             event->GetStatus(&status);
-        return status;
+            if (isChangeOfState(type))
+                m_changes.push_back(type);
+            if (type == wanted)
+                return status;
+        }
+        ADD_FAILURE() << "no event of type " << wanted;
+        return E_PENDING;
+    }
+    static bool isChangeOfState(MediaEventType type)
+    {
+        return type == MESessionTopologySet || type == MESessionStarted || type == MESessionPaused ||
+               type == MESessionStopped || type == MESessionClosed;
     }
 
     // One branch from the source's stream of that kind to the grabber.
@@ -117,8 +138,10 @@ protected:
         ASSERT_EQ(S_OK, from->ConnectOutput(0, to, 0));
     }
 
-    void play(NDISourceMF *source, Grabber *video, Grabber *audio)
+    void play(const SourceParameters &params, Grabber *video, Grabber *audio)
     {
+        m_source = makeSource(params);
+        NDISourceMF *const source = m_source;
         CComPtr<IMFTopology> topology;
         ASSERT_EQ(S_OK, MFCreateTopology(&topology));
         const auto descriptor = getCleanPresentationDescriptor(source);
@@ -145,20 +168,27 @@ protected:
         ASSERT_EQ(S_OK, statusOf(MESessionStopped));
     }
 
+    void pause()
+    {
+        ASSERT_EQ(S_OK, m_session->Pause());
+        ASSERT_EQ(S_OK, statusOf(MESessionPaused));
+    }
+
     CComPtr<IMFMediaSession> m_session;
+    CComPtr<NDISourceMF> m_source;
+    std::vector<MediaEventType> m_changes;
 };
 
 } // namespace
 
 TEST_F(MediaSessionTest, PlaysPictureAndSoundOfTheSource)
 {
-    const auto source = makeSource();
     const CComPtr<Grabber> video(new Grabber);
     const CComPtr<Grabber> audio(new Grabber);
     // In the format that the streams begin with, so that no type changes on the way.
     const NDIlib_video_frame_v2_t format;
     const auto picture = noise(size_t{1920} * 2 * 1080);
-    ASSERT_NO_FATAL_FAILURE(play(source, video, audio));
+    ASSERT_NO_FATAL_FAILURE(play(parameters(), video, audio));
     for (int frame = 0; frame < 3; ++frame) {
         ndi.pushVideo(videoFrame(1920, 1080, second + frame * second / 25), picture);
         ndi.pushAudio(audioFrame(48000, 2, 1920, second + frame * second / 25), tone(2, 1920));
@@ -175,9 +205,8 @@ TEST_F(MediaSessionTest, PlaysPictureAndSoundOfTheSource)
 
 TEST_F(MediaSessionTest, StopsAndStartsAgainWithANewReceiver)
 {
-    const auto source = makeSource(parameters(false, true));
     const CComPtr<Grabber> audio(new Grabber);
-    ASSERT_NO_FATAL_FAILURE(play(source, nullptr, audio));
+    ASSERT_NO_FATAL_FAILURE(play(parameters(false, true), nullptr, audio));
     ndi.pushAudio(audioFrame(48000, 2, 1920, second), tone(2, 1920));
     ASSERT_EQ(1u, audio->wait(1).size());
     ASSERT_NO_FATAL_FAILURE(stop());
@@ -188,15 +217,38 @@ TEST_F(MediaSessionTest, StopsAndStartsAgainWithANewReceiver)
     EXPECT_EQ(2u, audio->wait(2).size());
 }
 
+TEST_F(MediaSessionTest, TellsItsChangesInTheirOrder)
+{
+    const CComPtr<Grabber> audio(new Grabber);
+    ASSERT_NO_FATAL_FAILURE(play(parameters(false, true), nullptr, audio));
+    ASSERT_NO_FATAL_FAILURE(pause());
+    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_NO_FATAL_FAILURE(stop());
+    ASSERT_NO_FATAL_FAILURE(start());
+    close();
+    const std::vector<MediaEventType> expected = {MESessionTopologySet, MESessionStarted, MESessionPaused,
+                                                  MESessionStarted,     MESessionStopped, MESessionStarted,
+                                                  MESessionClosed};
+    EXPECT_EQ(expected, m_changes);
+}
+
+TEST_F(MediaSessionTest, CarriesOnBehindAPauseWithTheSameReceiver)
+{
+    const CComPtr<Grabber> audio(new Grabber);
+    ASSERT_NO_FATAL_FAILURE(play(parameters(false, true), nullptr, audio));
+    ndi.pushAudio(audioFrame(48000, 2, 1920, second), tone(2, 1920));
+    ASSERT_EQ(1u, audio->wait(1).size());
+    ASSERT_NO_FATAL_FAILURE(pause());
+    ASSERT_NO_FATAL_FAILURE(start());
+    ndi.pushAudio(audioFrame(48000, 2, 1920, 2 * second), tone(2, 1920));
+    EXPECT_EQ(2u, audio->wait(2).size());
+    EXPECT_EQ(1, ndi.calls().receiversMade);
+}
+
 TEST_F(MediaSessionTest, ClosingWithoutAStopEndsTheReceiver)
 {
-    const auto source = makeSource(parameters(false, true));
     const CComPtr<Grabber> audio(new Grabber);
-    ASSERT_NO_FATAL_FAILURE(play(source, nullptr, audio));
-    ASSERT_EQ(S_OK, m_session->Close());
-    EXPECT_EQ(S_OK, statusOf(MESessionClosed));
-    ASSERT_EQ(S_OK, m_session->Shutdown());
-    m_session.Release();
-    source->Shutdown();
+    ASSERT_NO_FATAL_FAILURE(play(parameters(false, true), nullptr, audio));
+    close();
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversMade == calls.receiversDestroyed; }));
 }
