@@ -36,7 +36,7 @@ public:
             return {};
         }
         return {m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1,
-                m_process.readAllStandardOutput().toStdString(), m_process.readAllStandardError().toStdString()};
+                plainLines(m_process.readAllStandardOutput()), plainLines(m_process.readAllStandardError())};
     }
 
 private:

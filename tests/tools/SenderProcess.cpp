@@ -10,13 +10,12 @@ namespace
 
 constexpr int ProcessPatience = 20000; // milliseconds
 
-// Lines as they are inside a program, whatever the system ends them with outside.
+} // namespace
+
 std::string plainLines(QByteArray text)
 {
     return text.replace("\r\n", "\n").toStdString();
 }
-
-} // namespace
 
 Tool::Tool(const char *program, const QStringList &arguments)
 {

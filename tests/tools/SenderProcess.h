@@ -14,6 +14,9 @@
 
 #include <string>
 
+// Lines as they are inside a program, whatever the system ends them with outside.
+std::string plainLines(QByteArray text);
+
 // A program as a child process. Ends it, should the test have left it running.
 class Tool
 {
