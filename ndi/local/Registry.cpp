@@ -22,6 +22,7 @@ constexpr char frameSuffix[] = ".frame";
 constexpr std::size_t maximumRecordFile = 16384; // bytes
 constexpr std::chrono::milliseconds lockPollPeriod{1};
 constexpr std::chrono::milliseconds dropLockTime{20};
+constexpr std::chrono::milliseconds replaceTime{1000};
 constexpr std::chrono::seconds orphanAge{10};
 
 // One per process, because a file lock is.
@@ -59,6 +60,19 @@ bool isOld(const fs::path &file)
     std::error_code error;
     const auto written = fs::last_write_time(file, error);
     return !error && fs::file_time_type::clock::now() - written > orphanAge;
+}
+
+// A system may refuse to replace a file that somebody has open. Whoever reads a record is soon through with it.
+bool replaceFile(const fs::path &draft, const fs::path &file)
+{
+    const auto deadline = std::chrono::steady_clock::now() + replaceTime;
+    std::error_code error;
+    for (fs::rename(draft, file, error); error; fs::rename(draft, file, error)) {
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(lockPollPeriod);
+    }
+    return true;
 }
 
 void removeFile(const fs::path &file)
@@ -134,10 +148,7 @@ bool Registry::publish(const Lock &lock, const SenderRecord &record) const
     const auto bytes = serialise(record);
     output.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     output.close();
-    std::error_code error;
-    if (output)
-        fs::rename(draft, file, error);
-    if (output && !error)
+    if (output && replaceFile(draft, file))
         return true;
     removeFile(draft);
     return false;

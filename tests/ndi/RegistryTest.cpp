@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <future>
 
 using namespace localndi;
 
@@ -94,6 +96,25 @@ TEST(Registry, FolderAndRecordsBelongToTheirOwnerAlone)
     EXPECT_FALSE(isListed(registry, record));
 }
 #endif
+
+TEST(Registry, ARecordThatIsBeingReadIsReplaced)
+{
+    const Registry registry;
+    const ndi_test::TakenPort port;
+    const auto first = someRecord(port.number());
+    const auto second = someRecord(port.number());
+    publish(registry, first);
+    std::ifstream reader(system::privateFolder() / (std::to_string(first.port) + ".sender"), std::ios::binary);
+    ASSERT_TRUE(reader.is_open());
+    auto published = std::async(std::launch::async, [&] { publish(registry, second); });
+    // Where the file can be replaced at once it is; else when the reader is through.
+    published.wait_for(std::chrono::milliseconds(50));
+    reader.close();
+    published.get();
+    EXPECT_TRUE(isListed(registry, second));
+    EXPECT_FALSE(isListed(registry, first));
+    EXPECT_TRUE(drop(registry, second));
+}
 
 TEST(Registry, DropsAStaleRecordButNotItsSuccessorOnThePort)
 {
