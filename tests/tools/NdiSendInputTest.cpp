@@ -29,6 +29,28 @@ QByteArray countingSound(int samples)
     return "RIFF" + littleEndian(static_cast<quint32>(chunks.size())) + chunks;
 }
 
+TEST_F(NdiSend, StandardInputIsPublishedFrameByFrame)
+{
+    constexpr int frames = 12;
+    Sender sender(words("--video -"));
+    sender.write(greyFilm(1));
+    Receiver receiver(sender.name());
+    ASSERT_TRUE(receiver.found());
+    ASSERT_TRUE(sender.waitForLine("connections: 1"));
+    // Each frame is written when the one before it has come.
+    for (int frame = 1; frame < frames; ++frame) {
+        sender.write(greyFilm(frame + 1).mid(greyFilm(frame).size()));
+        const auto video = receiver.nextOf<ReceivedVideo>();
+        ASSERT_TRUE(video) << frame;
+        EXPECT_EQ(video->header.xres, 64);
+        EXPECT_EQ(video->header.yres, 48);
+        for (std::size_t at = 0; at < video->pixels.size(); at += 2) {
+            ASSERT_EQ(video->pixels[at], 128) << frame;
+            ASSERT_EQ(video->pixels[at + 1], 40 + frame) << frame;
+        }
+    }
+}
+
 TEST_F(NdiSend, ASoundFileIsPublishedSampleBySample)
 {
     const QTemporaryDir folder;

@@ -6,6 +6,7 @@
 #include <QtCore/QTemporaryDir>
 
 #include <gmock/gmock.h>
+#include <libyuv.h>
 
 #include <map>
 
@@ -76,11 +77,11 @@ TEST_F(NdiSend, EndsAfterTheNumberOfFramesWithASummary)
     EXPECT_GE(json[QStringLiteral("seconds")].toDouble(), 0.19);
 }
 
-// What the pattern looks like, drawn here once more.
-std::vector<std::uint8_t> expectedPixels(const ReceivedVideo &video, const pattern::PatternCode &code)
+// What the pattern looks like, drawn here once more: as it was sent, lines packed.
+std::vector<std::uint8_t> drawnPixels(const ReceivedVideo &video, const pattern::PatternCode &code,
+                                      pattern::PixelLayout layout)
 {
     const auto &header = video.header;
-    const auto layout = video.picture().layout;
     pattern::TestPicture drawn(layout, header.xres + header.xres % 2, header.yres);
     const pattern::FrameRate rate{header.frame_rate_N, header.frame_rate_D};
     drawn.draw(code.frame, pattern::isFlashFrame(static_cast<std::int64_t>(code.frame), rate));
@@ -88,14 +89,24 @@ std::vector<std::uint8_t> expectedPixels(const ReceivedVideo &video, const patte
     shown.width = header.xres;
     EXPECT_TRUE(pattern::writeCode(shown, code));
 
+    const int lineBytes = layout == pattern::PixelLayout::UYVY ? (header.xres + 1) / 2 * 4 : header.xres * 4;
     std::vector<std::uint8_t> pixels;
     for (int line = 0; line < header.yres; ++line)
-        pixels.insert(pixels.end(), shown.line(line), shown.line(line) + header.line_stride_in_bytes);
+        pixels.insert(pixels.end(), shown.line(line), shown.line(line) + lineBytes);
     return pixels;
+}
+
+// What a receiver that takes no BGRX is given of it.
+std::vector<std::uint8_t> asUyvy(const std::vector<std::uint8_t> &bgrx, int width, int height)
+{
+    std::vector<std::uint8_t> uyvy(bgrx.size() / 2);
+    libyuv::ARGBToUYVY(bgrx.data(), width * 4, uyvy.data(), width * 2, width, height);
+    return uyvy;
 }
 
 struct PixelFormat {
     const char *sent;
+    pattern::PixelLayout layout;
     int width;
     NDIlib_recv_color_format_e wanted;
     NDIlib_FourCC_video_type_e delivered;
@@ -132,25 +143,27 @@ TEST_P(NdiSendPixels, EachFrameCarriesItsNumberItsTimecodeAndThePattern)
         EXPECT_LE(code->sendTimeHns, pattern::steadyNowHns());
         EXPECT_TRUE(!last || code->frame > *last);
         last = code->frame;
-        EXPECT_TRUE(format.isConverted || video->pixels == expectedPixels(*video, *code)) << "frame " << code->frame;
+        const auto sent = drawnPixels(*video, *code, format.layout);
+        EXPECT_TRUE(video->pixels == (format.isConverted ? asUyvy(sent, format.width, 360) : sent))
+            << "frame " << code->frame;
     }
 }
 
+using Layout = pattern::PixelLayout;
 constexpr auto UyvyOrBgra = NDIlib_recv_color_format_UYVY_BGRA;
 constexpr auto BgrxOrBgra = NDIlib_recv_color_format_BGRX_BGRA;
 
-INSTANTIATE_TEST_SUITE_P(All, NdiSendPixels,
-                         testing::Values(PixelFormat{"UYVY", 640, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
-                                         PixelFormat{"UYVY", 641, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
-                                         PixelFormat{"UYVY", 639, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
-                                         PixelFormat{"BGRA", 640, UyvyOrBgra, NDIlib_FourCC_video_type_BGRA, false},
-                                         PixelFormat{"BGRA", 641, UyvyOrBgra, NDIlib_FourCC_video_type_BGRA, false},
-                                         PixelFormat{"BGRX", 640, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, true},
-                                         PixelFormat{"BGRX", 642, BgrxOrBgra, NDIlib_FourCC_video_type_BGRX, false},
-                                         PixelFormat{"BGRX", 641, BgrxOrBgra, NDIlib_FourCC_video_type_BGRX, false}),
-                         [](const auto &tested) {
-                             return std::string(tested.param.sent) + std::to_string(tested.param.width);
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    All, NdiSendPixels,
+    testing::Values(PixelFormat{"UYVY", Layout::UYVY, 640, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
+                    PixelFormat{"UYVY", Layout::UYVY, 641, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
+                    PixelFormat{"UYVY", Layout::UYVY, 639, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, false},
+                    PixelFormat{"BGRA", Layout::BGRA, 640, UyvyOrBgra, NDIlib_FourCC_video_type_BGRA, false},
+                    PixelFormat{"BGRA", Layout::BGRA, 641, UyvyOrBgra, NDIlib_FourCC_video_type_BGRA, false},
+                    PixelFormat{"BGRX", Layout::BGRA, 640, UyvyOrBgra, NDIlib_FourCC_video_type_UYVY, true},
+                    PixelFormat{"BGRX", Layout::BGRA, 642, BgrxOrBgra, NDIlib_FourCC_video_type_BGRX, false},
+                    PixelFormat{"BGRX", Layout::BGRA, 641, BgrxOrBgra, NDIlib_FourCC_video_type_BGRX, false}),
+    [](const auto &tested) { return std::string(tested.param.sent) + std::to_string(tested.param.width); });
 
 TEST_F(NdiSend, AnInterleavedFrameCarriesItsNumberInBothFields)
 {
