@@ -18,6 +18,8 @@ TEST_F(Program, RunsThePatternExampleAndReports)
                    "50", path("a.y4m"), path("a.wav")});
     const QByteArray output = outputUntil(process, "fps");
     EXPECT_TRUE(output.contains("pattern: UYVY 640x360")) << output.constData();
+    // Nothing is drawn over where there is no terminal.
+    EXPECT_FALSE(QByteArray(output).replace("\r\n", "\n").contains('\r')) << output.constData();
     process.terminate();
     ASSERT_TRUE(process.waitForFinished(Patience));
     EXPECT_EQ(process.exitCode(), 0);
