@@ -104,12 +104,12 @@ HRESULT NDISinkStream::ProcessSample(IMFSample *pSample)
 {
     CHECK_ARGUMENT(pSample);
     const AutoLock lock(m_lock);
-    if (m_state != Started || m_openRequests == 0) {
+    if (m_state != Started || m_requests == 0) {
         qCWarning(sinkCategory, "Invalid ProcessSample request (state: %d, requests: %u)", static_cast<int>(m_state),
-                  m_openRequests);
+                  m_requests);
         return MF_E_INVALIDREQUEST;
     }
-    --m_openRequests;
+    --m_requests;
     postSample(pSample);
     reportLatency(pSample);
     RequestSample();
@@ -140,7 +140,7 @@ HRESULT NDISinkStream::Start(MFTIME /*systemTime*/, LONGLONG clockStartOffset)
     if (clockStartOffset == currentPosition)
         return S_OK; // goes on where it is
     m_state = Started;
-    m_openRequests = 0;
+    m_requests = 0;
     const HRESULT hr = queueEvent(MEStreamSinkStarted,
                                   "m_eventGenerator->QueueEvent( MEStreamSinkStarted, GUID_NULL, ((HRESULT)0L), 0)");
     if (FAILED(hr))
@@ -167,15 +167,15 @@ HRESULT NDISinkStream::RequestSample()
     const AutoLock lock(m_lock);
     if (m_state != Started)
         return HRESULT_FROM_WIN32(ERROR_INVALID_STATE);
-    if (m_openRequests >= m_maxRequests)
+    if (m_requests >= m_maxRequests)
         return S_FALSE;
     const HRESULT hr =
         queueEvent(MEStreamSinkRequestSample,
                    "m_eventGenerator->QueueEvent( MEStreamSinkRequestSample, GUID_NULL, ((HRESULT)0L), 0)");
     if (FAILED(hr))
         return hr;
-    ++m_openRequests;
-    qCDebug(sinkCategory, "Sample requested... (total requests: %u)", m_openRequests);
+    ++m_requests;
+    qCDebug(sinkCategory, "Sample requested... (total requests: %u)", m_requests);
     return S_OK;
 }
 

@@ -70,9 +70,6 @@ protected:
     // In 100 ns units; 0 for a sample without a time.
     static LONGLONG sampleTime(IMFSample *sample);
 
-    NDISinkMF *const m_sink;
-    std::shared_ptr<NDIMediaTypeHandler> m_mediaTypeHandler; // set by the subclass's constructor
-
 private:
     enum State : int {
         NoType = 0,  // no media type adopted yet
@@ -88,10 +85,18 @@ private:
     HRESULT queueEvent(MediaEventType type, const char *call);
 
     CriticalSection m_lock; // taken behind the sink's lock, never before it
+
+protected:
+    NDISinkMF *const m_sink;
+
+private:
     const DWORD m_identifier;
-    State m_state = NoType;      // guarded by m_lock, like the next
-    unsigned m_openRequests = 0; // asked for and not yet answered
+    State m_state = NoType;  // guarded by m_lock, like the next
+    unsigned m_requests = 0; // asked for and not yet answered
     const unsigned m_maxRequests = 3;
     CComPtr<tvx::CBaseEventGenerator> m_eventGenerator; // made by the constructor
     CComPtr<IMFPresentationClock> m_clock;              // guarded by m_lock
+
+protected:
+    std::shared_ptr<NDIMediaTypeHandler> m_mediaTypeHandler; // set by the subclass's constructor
 };
