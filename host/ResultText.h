@@ -2,7 +2,7 @@
 
 #include <QtCore/QString>
 
-#include <winerror.h>
+#include <windows.h>
 
 namespace host
 {
