@@ -1,6 +1,7 @@
 // Metadata from a sender to a scene: with a frame, and beside the frames.
 
 #include "host/monitor/FrameMetadata.h"
+#include "tests/e2e/Envelope.h"
 #include "tests/e2e/Scene.h"
 #include "tests/e2e/TestSender.h"
 
@@ -10,27 +11,13 @@
 namespace
 {
 
-QByteArray serialised(const QVariant &value)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    out << value;
-    return bytes;
-}
-
-// The text in which such bytes travel.
-std::string envelope(const QByteArray &payload)
-{
-    return "<tvx><![CDATA[" + payload.toBase64().toStdString() + "]]></tvx>";
-}
-
 const QVariantMap &camera()
 {
     static const QVariantMap value = {{"name", "Camera 1"}, {"iris", 2.8}, {"live", true}};
     return value;
 }
 
-QByteArray lastFrameMetadata(const Scene &scene)
+QByteArray lastFrameMetadata(Scene &scene)
 {
     const std::deque<CollectedSample> samples = scene.sink().video().samples();
     return samples.empty() ? QByteArray() : samples.back().metadata;

@@ -1,5 +1,6 @@
 // The programs as users run them: ndi-send and tavrin-host side by side.
 
+#include "tests/e2e/ChildProcess.h"
 #include "tests/e2e/Scene.h"
 #include "tests/e2e/TestSender.h"
 #include "tests/e2e/TimeLimits.h"
@@ -8,7 +9,6 @@
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
-#include <QtCore/QProcess>
 #include <QtCore/QTemporaryDir>
 #include <QtCore/QThread>
 #include <QtGui/QImage>
@@ -17,56 +17,6 @@
 
 namespace
 {
-
-// A program that is ended with the object.
-class Child
-{
-public:
-    Child(const char *program, const QStringList &arguments)
-    {
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(QLatin1String(program), arguments);
-        m_process.waitForStarted();
-    }
-    ~Child() { kill(); }
-
-    void kill()
-    {
-        m_process.kill();
-        m_process.waitForFinished();
-    }
-    QProcess &process() { return m_process; }
-
-private:
-    QProcess m_process;
-};
-
-QStringList senderArguments(const QString &name)
-{
-    return {"--quiet", "--name", name, "--size", "640x360", "--rate", "50"};
-}
-
-// Waits for a line of the host's status that holds that text so many times; false when there is none in time.
-bool showsStatus(Child &host, const char *text, int times = 1)
-{
-    QElapsedTimer elapsed;
-    elapsed.start();
-    while (elapsed.elapsed() < Patience) {
-        while (host.process().canReadLine())
-            if (host.process().readLine().count(text) >= times)
-                return true;
-        if (!host.process().waitForReadyRead(Patience))
-            return false;
-    }
-    return false;
-}
-
-// Asks for the program's end, as Ctrl-C does, and waits for it.
-bool endsWhenAsked(Child &host)
-{
-    host.process().terminate();
-    return host.process().waitForFinished(Patience) && host.process().exitStatus() == QProcess::NormalExit;
-}
 
 QJsonObject firstMonitor(const QString &path)
 {
@@ -82,7 +32,7 @@ TEST(Processes, ReceiveExampleShowsTheSendersPattern)
     Child sender(TAVRIN_SEND_PROGRAM, senderArguments(name));
     Child host(TAVRIN_HOST_PROGRAM, {"--json", folder.filePath("a.json"), "--snapshot", folder.filePath("a.png"),
                                      TAVRIN_EXAMPLES "/receive.qml", name});
-    ASSERT_TRUE(showsStatus(host, "fps"));
+    ASSERT_TRUE(tells(host, "fps"));
     ASSERT_TRUE(endsWhenAsked(host));
     EXPECT_EQ(host.process().exitCode(), 0);
     const QJsonObject video = firstMonitor(folder.filePath("a.json"))["video"].toObject();
@@ -103,7 +53,7 @@ TEST(Processes, TwoInputsExampleShowsOneSenderTwice)
     const QString name = uniqueName("twice");
     Child sender(TAVRIN_SEND_PROGRAM, senderArguments(name));
     Child host(TAVRIN_HOST_PROGRAM, {"--json", folder.filePath("a.json"), TAVRIN_EXAMPLES "/two-inputs.qml", name});
-    ASSERT_TRUE(showsStatus(host, "fps", 2));
+    ASSERT_TRUE(tells(host, "fps", 2));
     ASSERT_TRUE(endsWhenAsked(host));
     EXPECT_EQ(host.process().exitCode(), 0);
     QFile file(folder.filePath("a.json"));

@@ -1,29 +1,14 @@
 #pragma once
 
-#include "host/graph/Graph.h"
 #include "tests/e2e/CollectingSink.h"
-#include "tests/host/EventLoop.h"
-
-#include <QtQml/QQmlComponent>
-#include <QtQml/QQmlEngine>
-
-#include <gtest/gtest.h>
-
-#include <memory>
+#include "tests/e2e/QmlScene.h"
 
 // A running scene with the module's source and a sink that collects: it takes the sender whose name contains `wanted`.
-class Scene
+class Scene : public QmlScene
 {
 public:
     explicit Scene(const QString &wanted)
-    {
-        m_engine.setImportPathList(QStringList(QStringLiteral(TAVRIN_QML_DIR)) + m_engine.importPathList());
-        QQmlComponent component(&m_engine);
-        component.setData(R"(
-            import QtQml 2.15
-            import Multimedia.Tavrin 1.0
-            import Tavrin.Host 1.0
-            import Tavrin.Test 1.0
+        : QmlScene(R"(
             Graph {
                 id: graph
                 property string wanted
@@ -43,19 +28,15 @@ public:
                     target: NDI
                     function onInputsChanged() { graph.choose() }
                 }
-            })",
-                          QUrl());
-        m_graph.reset(qobject_cast<host::Graph *>(component.create()));
-        EXPECT_TRUE(m_graph) << qPrintable(component.errorString());
-        if (m_graph)
+            })")
+    {
+        if (isLoaded())
             want(wanted);
     }
 
-    bool isLoaded() const { return m_graph != nullptr; }
-    host::Graph &graph() { return *m_graph; }
-    QObject &source() { return *m_graph->property("source").value<QObject *>(); }
-    CollectingSink &sink() const { return *m_graph->findChild<CollectingSink *>(); }
-    void want(const QString &name) { m_graph->setProperty("wanted", name); }
+    QObject &source() { return object("source"); }
+    CollectingSink &sink() { return static_cast<CollectingSink &>(object("sink")); }
+    void want(const QString &name) { graph().setProperty("wanted", name); }
 
     // Waits for that many more pictures and buffers of sound.
     bool receives(std::size_t pictures, std::size_t buffers)
@@ -67,8 +48,4 @@ public:
                    sink().audio().count() >= buffersBefore + buffers;
         });
     }
-
-private:
-    QQmlEngine m_engine;
-    std::unique_ptr<host::Graph> m_graph; // goes before the engine
 };

@@ -64,7 +64,8 @@ QByteArray frameBytes(const SenderFormat &format, quint32 frame)
 
 std::vector<float> frameSound(const SenderFormat &format, quint32 frame)
 {
-    const auto samples = static_cast<std::size_t>(format.sampleRate / format.rate);
+    const auto samples = static_cast<std::size_t>(format.frameStart(frame + 1, format.sampleRate) -
+                                                  format.frameStart(frame, format.sampleRate));
     const auto channels = static_cast<std::size_t>(format.channels);
     std::vector<float> sound(samples * channels);
     for (std::size_t i = 0; i < sound.size(); ++i)
@@ -158,6 +159,7 @@ void TestSender::run()
         audio.timecode = timecode;
         audio.p_data = planes.data();
         audio.channel_stride_in_bytes = static_cast<int>(samples * sizeof(float));
+        audio.p_metadata = metadata.empty() ? nullptr : metadata.c_str();
         NDIlib_send_send_audio_v2(m_sender, &audio);
 
         const QByteArray packed = frameBytes(format, frame);
@@ -171,12 +173,13 @@ void TestSender::run()
         video.yres = format.height;
         video.FourCC = format.fourCC;
         video.frame_rate_N = format.rate;
-        video.frame_rate_D = 1;
+        video.frame_rate_D = format.seconds;
         video.timecode = timecode;
         video.p_data = picture.data();
         video.line_stride_in_bytes = line + format.padding;
         video.p_metadata = metadata.empty() ? nullptr : metadata.c_str();
         NDIlib_send_send_video_v2(m_sender, &video); // waits until the frame is due
-        timecode += 10000000 / format.rate;
+        timecode +=
+            format.frameStart(frame + 1, pattern::HnsPerSecond) - format.frameStart(frame, pattern::HnsPerSecond);
     }
 }

@@ -3,6 +3,8 @@
 // A sender of pictures and sound whose every byte follows from a frame number that the frame itself carries, so that a
 // receiver can tell what each byte has to be.
 
+#include "pattern/FrameRate.h"
+
 #include <Processing.NDI.Interface.h>
 
 #include <QtCore/QByteArray>
@@ -19,9 +21,16 @@ struct SenderFormat {
     int height = 180;
     int padding = 0; // bytes between two lines of the sender's picture
     NDIlib_FourCC_video_type_e fourCC = NDIlib_FourCC_video_type_UYVY;
-    int rate = 50; // frames a second
+    int rate = 50; // frames in so many seconds
+    int seconds = 1;
     int channels = 2;
     int sampleRate = 48000;
+
+    // Where a frame begins, in units of which a second has so many.
+    long long frameStart(quint32 frame, long long unitsPerSecond) const
+    {
+        return pattern::FrameRate{rate, seconds}.frameStart(frame, unitsPerSecond);
+    }
 };
 
 // A name that no other test, process or run uses at the same time.

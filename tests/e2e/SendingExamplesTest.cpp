@@ -1,0 +1,256 @@
+// The examples that send, as users run them, watched by ndi-recv and by a receiver of this program.
+
+#include "tests/e2e/ChildProcess.h"
+#include "tests/e2e/Envelope.h"
+#include "tests/e2e/Network.h"
+#include "tests/e2e/ReceivedPattern.h"
+#include "tests/e2e/TestSender.h"
+#include "tests/host/EventLoop.h"
+
+#include <QtCore/QFile>
+#include <QtCore/QJsonDocument>
+#include <QtCore/QJsonObject>
+#include <QtCore/QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+
+namespace
+{
+
+constexpr pattern::FrameRate Rate{50, 1}; // of the inputs
+
+QJsonObject readJson(const QString &path)
+{
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << qPrintable(path);
+    return QJsonDocument::fromJson(file.readAll()).object();
+}
+
+QStringList receiverArguments(const QString &name, const QString &json)
+{
+    return {name, "--wait", QString::number(Patience / 1000), "--json", json};
+}
+
+QByteArray text(const char *value)
+{
+    return QByteArray::fromStdString(envelope(serialised(QString::fromLatin1(value))));
+}
+
+// ndi-send, with that value on every frame and beside the frames.
+QStringList inputArguments(const QString &name, const char *value)
+{
+    return {"--quiet",
+            "--name",
+            name,
+            "--size",
+            "320x180",
+            "--rate",
+            "50",
+            "--frame-metadata",
+            QString::fromLatin1(text(value)),
+            "--metadata",
+            QString::fromLatin1(text(value))};
+}
+
+class SendingExamples : public testing::Test
+{
+protected:
+    QString path(const char *name) const { return m_folder.filePath(QLatin1String(name)); }
+
+private:
+    const QTemporaryDir m_folder;
+};
+
+// What ndi-recv says of a little more than a second, in which a beep and a flash begin.
+QJsonObject watch(const QString &name, const QString &json)
+{
+    Child receiver(TAVRIN_RECV_PROGRAM, receiverArguments(name, json) << "--quiet"
+                                                                      << "--seconds"
+                                                                      << "1.2");
+    EXPECT_TRUE(receiver.process().waitForFinished(Patience));
+    EXPECT_EQ(receiver.process().exitCode(), 0);
+    return readJson(json);
+}
+
+TEST_F(SendingExamples, SendPublishesThePatternWithoutGapsAndItsToneInStep)
+{
+    const QString name = uniqueName("send example");
+    Child host(TAVRIN_HOST_PROGRAM, {"--quiet", TAVRIN_EXAMPLES "/send.qml", name});
+    QJsonObject seen = watch(name, path("recv.json"));
+    // A machine that is busy with other things may lose frames for a while, but not all the time. With a sanitizer it
+    // does not come up with this rate at all.
+    const auto isComplete = [&] { return seen["gaps"].toInt() == 0 && seen["audioGaps"].toInt() == 0; };
+    for (int more = 9; more > 0 && !isComplete() && !TAVRIN_IS_SANITIZED; --more)
+        seen = watch(name, path("recv.json"));
+    EXPECT_TRUE(isComplete() || TAVRIN_IS_SANITIZED)
+        << seen["gaps"].toInt() << " and " << seen["audioGaps"].toInt() << " gaps";
+    EXPECT_EQ(seen["subtype"].toString(), "UYVY");
+    EXPECT_EQ(seen["width"].toInt(), 1920);
+    EXPECT_EQ(seen["height"].toInt(), 1080);
+    EXPECT_EQ(seen["rateNumerator"].toInt(), 60);
+    EXPECT_EQ(seen["rateDenominator"].toInt(), 1);
+    EXPECT_EQ(seen["fields"].toString(), "progressive");
+    EXPECT_EQ(seen["sampleRate"].toInt(), 48000);
+    EXPECT_EQ(seen["channels"].toInt(), 2);
+    EXPECT_GT(seen["videoFrames"].toInt(), 0);
+    EXPECT_EQ(seen["codedFrames"].toInt(), seen["videoFrames"].toInt());
+    EXPECT_EQ(seen["repeatedFrames"].toInt(), 0);
+    EXPECT_TRUE(seen["avOffsetMs"].isDouble() || TAVRIN_IS_SANITIZED);
+    EXPECT_NEAR(seen["avOffsetMs"].toDouble(), 0, 0.2);
+    ASSERT_TRUE(endsWhenAsked(host));
+    EXPECT_EQ(host.process().exitCode(), 0);
+}
+
+bool passesOn(const TestReceiver &receiver, const QByteArray &metadata)
+{
+    return waitUntil(
+        [&] { return receiver.newestPicture().metadata == metadata && receiver.newestSound().metadata == metadata; },
+        Patience);
+}
+
+float peak(const ReceivedSound &sound)
+{
+    float highest = 0;
+    for (const float sample : sound.samples)
+        highest = std::max(highest, std::abs(sample));
+    return highest;
+}
+
+TEST_F(SendingExamples, BridgePassesAllOnAndKeepsItsSenderWhileItsInputIsKilledAndComesBack)
+{
+    const QString in = uniqueName("bridge in");
+    const QString out = uniqueName("bridge out");
+    auto input = std::make_unique<Child>(TAVRIN_SEND_PROGRAM, inputArguments(in, "first"));
+    Child host(TAVRIN_HOST_PROGRAM, {"--quiet", TAVRIN_EXAMPLES "/bridge.qml", in, out});
+    const TestReceiver receiver(out);
+    Child watcher(TAVRIN_RECV_PROGRAM, receiverArguments(out, path("recv.json")));
+    ASSERT_TRUE(tells(watcher, "video: "));
+    ASSERT_TRUE(passesOn(receiver, text("first")));
+
+    input->kill();
+    Network network;
+    const std::string listed = "(" + in.toStdString() + ")";
+    ASSERT_TRUE(waitUntil([&] { return network.senders(listed).empty(); }, Patience));
+    input = std::make_unique<Child>(TAVRIN_SEND_PROGRAM, inputArguments(in, "second"));
+    ASSERT_TRUE(passesOn(receiver, text("second")));
+    EXPECT_TRUE(exactPattern(receiver.newestPicture(), Rate));
+    EXPECT_EQ(receiver.newestSound().header.no_channels, 2);
+    EXPECT_GT(peak(receiver.newestSound()), 0.05F);
+    // The property has changed while somebody received.
+    EXPECT_TRUE(waitUntil(
+        [&] {
+            const std::vector<QByteArray> metadata = receiver.metadata();
+            return std::find(metadata.begin(), metadata.end(), text("second")) != metadata.end();
+        },
+        Patience));
+
+    EXPECT_EQ(receiver.losses(), 0);
+    ASSERT_TRUE(endsWhenAsked(watcher));
+    const QJsonObject seen = readJson(path("recv.json"));
+    EXPECT_EQ(seen["reconnects"].toInt(-1), 0);
+    EXPECT_GT(seen["videoFrames"].toInt(), 0);
+    EXPECT_EQ(seen["codedFrames"].toInt(), seen["videoFrames"].toInt());
+    EXPECT_EQ(seen["videoMetadata"].toInt(), seen["videoFrames"].toInt());
+    EXPECT_EQ(seen["audioMetadata"].toInt(), seen["audioFrames"].toInt());
+    ASSERT_TRUE(endsWhenAsked(host));
+}
+
+// What a stretch of the mixer's output lacks.
+struct Stretch {
+    int switches = 0;
+    int lostPictures = 0; // of an input while it was on air
+    int lateSwitches = 0; // with more than the frame that may have gone by just before
+    int soundGaps = 0;    // within one input
+
+    bool isComplete() const { return lostPictures == 0 && lateSwitches == 0 && soundGaps == 0; }
+};
+
+void lookAtPictures(const std::deque<ReceivedPicture> &pictures, Stretch &stretch)
+{
+    constexpr std::uint64_t latest = pattern::HnsPerSecond / 50 * 5 / 2; // two frames, and the inputs' own unevenness
+    std::optional<pattern::PatternCode> last;
+    QByteArray lastInput;
+    for (const ReceivedPicture &picture : pictures) {
+        const auto code = exactPattern(picture, Rate);
+        ASSERT_TRUE(code);
+        if (last && picture.metadata == lastInput) {
+            stretch.lostPictures += code->frame == last->frame + 1 ? 0 : 1;
+        } else if (last) {
+            ++stretch.switches;
+            stretch.lateSwitches += code->sendTimeHns < last->sendTimeHns + latest ? 0 : 1;
+        }
+        last = code;
+        lastInput = picture.metadata;
+    }
+}
+
+void lookAtSound(const std::deque<ReceivedSound> &pieces, Stretch &stretch)
+{
+    for (std::size_t i = 1; i < pieces.size(); ++i) {
+        const NDIlib_audio_frame_v2_t &last = pieces[i - 1].header;
+        const long long end = last.timecode + pattern::HnsPerSecond * last.no_samples / last.sample_rate;
+        if (pieces[i].metadata == pieces[i - 1].metadata && pieces[i].header.timecode != end)
+            ++stretch.soundGaps;
+    }
+}
+
+// Between so many changes of the sink's property, one for each switch.
+Stretch stretchOf(TestReceiver &receiver, std::size_t switches)
+{
+    receiver.takePictures();
+    receiver.takeSound();
+    const std::size_t changes = receiver.metadata().size() + switches;
+    EXPECT_TRUE(waitUntil([&] { return receiver.metadata().size() >= changes; }, Patience));
+    Stretch stretch;
+    lookAtPictures(receiver.takePictures(), stretch);
+    lookAtSound(receiver.takeSound(), stretch);
+    return stretch;
+}
+
+void expectTallyToFollow(const QJsonObject &summary)
+{
+    const QJsonObject tally = summary["tally"].toObject();
+    for (const char *light : {"program", "preview"}) {
+        EXPECT_TRUE(tally[light].toObject()["seenOn"].toBool()) << light;
+        EXPECT_TRUE(tally[light].toObject()["seenOffAgain"].toBool()) << light;
+    }
+}
+
+TEST_F(SendingExamples, MixerSwitchesItsInputsWithoutAGapAndTheirTallyFollows)
+{
+    const QString first = uniqueName("mixer first");
+    const QString second = uniqueName("mixer second");
+    const QString out = uniqueName("mixer out");
+    Child firstInput(TAVRIN_SEND_PROGRAM, inputArguments(first, "first") << "--json" << path("first.json"));
+    Child secondInput(TAVRIN_SEND_PROGRAM, inputArguments(second, "second") << "--json" << path("second.json"));
+    Child host(TAVRIN_HOST_PROGRAM,
+               {"--quiet", TAVRIN_EXAMPLES "/mixer.qml", first, second, out, QStringLiteral("0.5")});
+    TestReceiver receiver(out, 1000);
+    ASSERT_TRUE(passesOn(receiver, text("first")));
+    ASSERT_TRUE(passesOn(receiver, text("second")));
+    Child watcher(TAVRIN_RECV_PROGRAM, receiverArguments(out, path("recv.json")));
+    ASSERT_TRUE(tells(watcher, "video: "));
+
+    // A machine that is busy with other things may lose frames at times, but not all the time.
+    Stretch seen = stretchOf(receiver, 5);
+    for (int more = 5; more > 0 && !seen.isComplete() && !HasFatalFailure(); --more)
+        seen = stretchOf(receiver, 5);
+    EXPECT_GE(seen.switches, 4);
+    EXPECT_EQ(seen.lostPictures, 0);
+    EXPECT_EQ(seen.lateSwitches, 0);
+    EXPECT_EQ(seen.soundGaps, 0);
+
+    EXPECT_EQ(receiver.losses(), 0);
+    ASSERT_TRUE(endsWhenAsked(watcher));
+    EXPECT_EQ(readJson(path("recv.json"))["reconnects"].toInt(-1), 0);
+    ASSERT_TRUE(endsWhenAsked(firstInput));
+    ASSERT_TRUE(endsWhenAsked(secondInput));
+    expectTallyToFollow(readJson(path("first.json")));
+    expectTallyToFollow(readJson(path("second.json")));
+    ASSERT_TRUE(endsWhenAsked(host));
+}
+
+} // namespace
