@@ -16,7 +16,10 @@ NodeDriver::NodeDriver(MediaNode *node, std::function<bool()> mayCreate)
 {
     m_retry.setSingleShot(true);
     connect(&m_retry, &QTimer::timeout, this, &NodeDriver::recreate);
-    connect(&m_pins, &PinWatch::changed, this, &NodeDriver::linksChanged);
+    connect(&m_pins, &PinWatch::changed, this, [this] {
+        m_hasNewLinks = true;
+        Q_EMIT linksChanged();
+    });
     connect(node, &MediaNode::createRequested, this, [this] {
         if (!m_pins.isTelling())
             request();
@@ -78,6 +81,7 @@ void NodeDriver::recreate()
         return;
     m_state = State::Creating;
     m_made = true;
+    m_hasNewLinks = false;
     m_node->createMediaObjects();
     if (m_state == State::Creating)
         onStatusChanged();

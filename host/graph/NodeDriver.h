@@ -34,6 +34,8 @@ public:
     MediaNode *node() const { return m_node; }
     State state() const { return m_state; }
     bool isPending() const { return m_state == State::Requested || m_state == State::Creating; }
+    // Being made for the links as they are.
+    bool isMakingForItsLinks() const { return m_state == State::Creating && !m_hasNewLinks; }
     // Attempts that failed since the driver was made.
     int failures() const { return m_failures; }
 
@@ -65,7 +67,8 @@ private:
     State m_state = State::Off;
     bool m_active = false;
     bool m_queued = false;
-    bool m_made = false; // createMediaObjects() was called since the last destroy
+    bool m_made = false;        // createMediaObjects() was called since the last destroy
+    bool m_hasNewLinks = false; // links have changed since then
     int m_failures = 0;
     int m_delay = 0; // milliseconds before the attempt after the last failure
 };

@@ -231,7 +231,8 @@ void Pipeline::rewire()
 {
     for (MediaNode *const node : std::exchange(m_changed, {})) {
         Entry *const entry = find(node);
-        if (entry && !fitsItsLinks(*entry))
+        // A node that is being made meanwhile is not made twice: a sink would be on the network as two senders.
+        if (entry && !entry->driver->isMakingForItsLinks() && !fitsItsLinks(*entry))
             entry->driver->request();
     }
     // What ends before what begins: the sink that a stream goes to may have been another's until now.

@@ -31,6 +31,8 @@ protected:
     {
         return waitUntil([&] { return m_network.senders(listed(name)).size() == count; }, Patience);
     }
+    // Of exactly that name.
+    bool hasSender(const QString &name) { return m_network.senders(listed(name) + ")").size() == 1; }
     // True when a list that is newer than this call has none of that name.
     bool isGone(const QString &name)
     {
@@ -97,6 +99,18 @@ TEST_F(SenderLife, EndsWithinASecondWithASceneThatGivesItANewName)
             QCoreApplication::processEvents();
         expectToClose(scene);
         EXPECT_TRUE(isGone(stem));
+    }
+}
+
+TEST_F(SenderLife, HasTheNameOfItsSceneFromTheBeginning)
+{
+    // A sender that was made twice would find its own name taken at times, and be listed with a number behind.
+    for (int round = 0; round < 20; ++round) {
+        const QString name = uniqueName("once");
+        PatternScene scene(name);
+        ASSERT_TRUE(scene.isLoaded());
+        ASSERT_TRUE(waitForSenders(name, 1));
+        ASSERT_TRUE(hasSender(name)) << round;
     }
 }
 
