@@ -1,0 +1,221 @@
+"""soak_parts.py SOURCE: the parts of tools/soak on made figures."""
+
+import json
+import os
+import pathlib
+import random
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+from xml.etree import ElementTree
+
+SOURCE = pathlib.Path(sys.argv.pop(1)).resolve()
+SOAK = SOURCE / "tools/soak"
+sys.path.insert(0, str(SOAK))
+
+import disturbances  # noqa: E402
+import figures  # noqa: E402
+import plot  # noqa: E402
+import programs  # noqa: E402
+import receivers  # noqa: E402
+import report  # noqa: E402
+import run  # noqa: E402
+import verdict  # noqa: E402
+
+SVG = "{http://www.w3.org/2000/svg}"
+
+
+def made_samples(minutes, growth=None, noise=1.0):
+    """A sample every five seconds: a level with noise in every figure, and growth a minute in some."""
+    dice = random.Random(7)
+    return [{"minute": step / 12,
+             **{limit.key: 50 + dice.uniform(-noise, noise) + (growth or {}).get(limit.key, 0) * step / 12
+                for limit in verdict.LIMITS}}
+            for step in range(int(minutes * 12))]
+
+
+class Verdict(unittest.TestCase):
+    def test_a_line_is_found_exactly(self):
+        line = verdict.fit([(minute, 3 + 0.5 * minute) for minute in range(10)])
+        self.assertAlmostEqual(line.slope, 0.5)
+        self.assertAlmostEqual(line.start, 3)
+        self.assertAlmostEqual(line.error, 0)
+
+    def test_figures_at_one_moment_have_no_line(self):
+        self.assertIsNone(verdict.fit([(1, 2), (1, 3), (1, 4)]))
+
+    def test_noise_without_growth_is_flat(self):
+        judgements = verdict.judge(made_samples(60, noise=5), 5)
+        self.assertTrue(verdict.is_flat(judgements), judgements)
+
+    def test_a_leak_of_one_mebibyte_a_minute_is_found(self):
+        judgements = verdict.judge(made_samples(10, {"anonymousMiB": 1}, noise=2), 1)
+        self.assertFalse(judgements["anonymousMiB"]["flat"])
+        self.assertAlmostEqual(judgements["anonymousMiB"]["slopePerMinute"], 1, delta=0.2)
+        self.assertTrue(judgements["handles"]["flat"])
+        self.assertFalse(verdict.is_flat(judgements))
+
+    def test_every_figure_that_grows_is_found(self):
+        for limit in verdict.LIMITS:
+            with self.subTest(limit.key):
+                judgements = verdict.judge(made_samples(60, {limit.key: 2 * limit.per_minute}), 5)
+                self.assertEqual([key for key, found in judgements.items() if not found["flat"]], [limit.key])
+
+    def test_what_shrinks_is_flat(self):
+        self.assertTrue(verdict.is_flat(verdict.judge(made_samples(10, {"anonymousMiB": -1}), 1)))
+
+    def test_growth_before_the_level_is_reached_does_not_count(self):
+        samples = made_samples(60)
+        for sample in samples:
+            sample["rssMiB"] += 100 * min(sample["minute"], 5)
+        self.assertTrue(verdict.is_flat(verdict.judge(samples, 5)))
+        self.assertFalse(verdict.is_flat(verdict.judge(samples, 0)))
+
+    def test_too_few_figures_are_not_called_flat(self):
+        samples = [{**sample, "latencyMs": None} if index else sample for index, sample in enumerate(made_samples(10))]
+        judgements = verdict.judge(samples, 0)
+        self.assertIsNone(judgements["latencyMs"]["flat"])
+        self.assertFalse(verdict.is_flat(judgements))
+        self.assertIn("too few", verdict.sentence(judgements["latencyMs"]))
+
+    def test_the_level_is_due_after_five_minutes_or_a_tenth(self):
+        self.assertEqual([verdict.settling_minutes(minutes) for minutes in (2, 10, 60, 600)], [0.2, 1, 5, 5])
+
+
+class Plot(unittest.TestCase):
+    def test_ticks_are_round_and_within_the_range(self):
+        self.assertEqual(plot.ticks(0, 60, 12), [0, 5, 10, 15, 20, 25, 30, 35, 40, 45, 50, 55, 60])
+        self.assertEqual(plot.ticks(1.02, 1.38), [1.1, 1.2, 1.3])
+
+    def test_it_is_well_formed_and_shows_panels_and_disturbances(self):
+        samples = made_samples(10)
+        marks = [(2.5, disturbances.KINDS[0]), (5, "input switched")]
+        picture = plot.svg("a < b & c", 10, report.panels(samples, 1), marks, disturbances.KINDS)
+        root = ElementTree.fromstring(picture)
+        words = [element.text for element in root.iter(f"{SVG}text")]
+        for expected in ("a < b & c", "minutes since the start", "Memory of the host (MiB)", *disturbances.KINDS):
+            self.assertIn(expected, words)
+        faint = [line for line in root.iter(f"{SVG}line") if line.get("stroke-opacity")]
+        self.assertEqual(len(faint), len(marks))
+        self.assertGreaterEqual(len(list(root.iter(f"{SVG}polyline"))), 5)
+
+    def test_curves_stay_inside_the_picture(self):
+        root = ElementTree.fromstring(plot.svg("t", 10, report.panels(made_samples(10, noise=40), 1), [], ()))
+        for line in root.iter(f"{SVG}polyline"):
+            for place in line.get("points").split():
+                x, y = map(float, place.split(","))
+                self.assertTrue(plot.LEFT <= x <= plot.WIDTH - plot.RIGHT and 0 < y < float(root.get("height")), place)
+
+    def test_it_can_be_drawn_without_any_figures(self):
+        ElementTree.fromstring(plot.svg("t", 0, report.panels([], 0), [], disturbances.KINDS))
+
+
+class Figures(unittest.TestCase):
+    def test_memory_is_read_in_mebibytes(self):
+        text = "55fc-7ffe ---p 0 00:00 0 [rollup]\nRss:     33792 kB\nPss: 1024 kB\nAnonymous:  10240 kB\n"
+        self.assertEqual(figures.memory(text), {"rssMiB": 33, "pssMiB": 1, "anonymousMiB": 10})
+
+    def test_an_opened_file_is_one_more_handle(self):
+        before = figures.sample(os.getpid())
+        with open(os.devnull, encoding="utf-8"):
+            self.assertEqual(figures.sample(os.getpid())["handles"], before["handles"] + 1)
+        self.assertGreater(before["anonymousMiB"], 0)
+
+    def test_a_process_that_is_gone_is_an_os_error(self):
+        child = subprocess.Popen([sys.executable, "-c", ""])
+        child.wait()
+        with self.assertRaises(OSError):
+            figures.sample(child.pid)
+
+
+class FakeReceiver:
+    def __init__(self, lines):
+        self._lines = lines
+
+    def receiver(self, *_):
+        return self
+
+    def lines(self):
+        return self._lines
+
+
+class Losses(unittest.TestCase):
+    def test_losses_are_told_apart_by_kind_and_by_the_disturbances_before_them(self):
+        watcher = receivers.Watcher(FakeReceiver([
+            (10.0, "gap: 3 frames lost before frame 412"), (11.0, "gap: 800 audio samples lost"),
+            (30.0, "gap: 75 frames lost before frame 900"), (31.0, "lost 'HOST (Out)'"), (32.0, "video: UYVY")]), "Out")
+        watcher.poll()
+        self.assertEqual(watcher.count("frames"), 78)
+        self.assertEqual(watcher.count("samples"), 800)
+        self.assertEqual(watcher.count("connections"), 1)
+        self.assertEqual(watcher.count("frames", lambda moment: not receivers.is_near(moment, [28.0], 6)), 3)
+
+    def test_what_comes_before_a_disturbance_is_not_near_it(self):
+        self.assertFalse(receivers.is_near(9.9, [10], 6))
+        self.assertTrue(receivers.is_near(10, [10], 6))
+        self.assertFalse(receivers.is_near(16.1, [10], 6))
+
+
+def first_lines(program):
+    """What a program prints first, within five seconds."""
+    deadline = time.monotonic() + 5
+    while time.monotonic() < deadline:
+        if lines := program.lines():
+            return lines
+        time.sleep(0.01)
+    return []
+
+
+class Programs(unittest.TestCase):
+    def test_output_is_read_and_the_program_ends_by_its_id(self):
+        with tempfile.TemporaryDirectory() as folder:
+            log = pathlib.Path(folder) / "log"
+            program = programs.Program(["sh", "-c", "echo ready; exec sleep 60"], dict(os.environ), log)
+            self.assertEqual([line for _, line in first_lines(program)], ["ready"])
+            self.assertIsNone(program.code())
+            self.assertEqual(program.end(), -signal.SIGTERM)
+            self.assertEqual(log.read_text(encoding="utf-8"), "ready\n")
+
+    def test_a_folder_without_the_build_is_told(self):
+        with tempfile.TemporaryDirectory() as folder:
+            out = pathlib.Path(folder) / "out"
+            done = subprocess.run([SOAK / "soak", "--build", folder, "--out", out], capture_output=True, text=True,
+                                  check=False)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn("bin/tavrin-host", done.stderr)
+            self.assertFalse(out.exists())
+
+    def test_wrong_usage_is_told(self):
+        for arguments in (["--minutes", "0"], ["--minutes", "long"], ["--such"]):
+            done = subprocess.run([SOAK / "soak", *arguments], capture_output=True, text=True, check=False)
+            self.assertEqual(done.returncode, 64, arguments)
+            self.assertIn(arguments[0], done.stderr)
+
+
+class Report(unittest.TestCase):
+    def test_what_is_written_can_be_read_again(self):
+        record = run.Record(samples=made_samples(10, {"handles": 1}), disturbances=[(2, "sender killed", "")],
+                            lost={"framesBeside": 4})
+        with tempfile.TemporaryDirectory() as name:
+            folder = pathlib.Path(name)
+            report.write(folder, record, 10)
+            found = json.loads((folder / "soak.json").read_text(encoding="utf-8"))
+            self.assertEqual(len((folder / "samples.csv").read_text(encoding="utf-8").splitlines()), 121)
+            ElementTree.parse(folder / "soak.svg")
+        self.assertFalse(found["flat"])
+        self.assertEqual(found["disturbances"], {"sender killed": 1})
+        self.assertFalse(found["figures"]["handles"]["flat"])
+        self.assertTrue(found["figures"]["threads"]["flat"])
+
+
+class Envelope(unittest.TestCase):
+    def test_a_text_is_wrapped_as_the_example_is(self):
+        example = (SOURCE / "examples/metadata.xml").read_text(encoding="ascii").strip()
+        self.assertEqual(disturbances.enveloped("Camera 1, wide"), example)
+
+
+if __name__ == "__main__":
+    unittest.main()
