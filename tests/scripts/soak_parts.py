@@ -124,6 +124,12 @@ class Figures(unittest.TestCase):
             self.assertEqual(figures.sample(os.getpid())["handles"], before["handles"] + 1)
         self.assertGreater(before["anonymousMiB"], 0)
 
+    def test_mappings_of_frames_are_told_from_others(self):
+        maps = (f"7f00-7f01 rw-s 0 00:1b 1  {figures.shared_folder()}/1.v0.1.frame\n"
+                f"7f01-7f02 rw-p 0 00:1b 2  {figures.shared_folder()}/2.a0.1.frame (deleted)\n"
+                "7f02-7f03 r-xp 0 fe:00 3  /build/ndi-local/libndi.so.6\n7f03-7f04 rw-p 0 00:00 0\n")
+        self.assertEqual(figures.shared_mappings(maps), 2)
+
     def test_a_process_that_is_gone_is_an_os_error(self):
         child = subprocess.Popen([sys.executable, "-c", ""])
         child.wait()

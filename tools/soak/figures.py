@@ -26,6 +26,12 @@ def shared_folder():
     return base / f"ndi-local-{os.getuid()}"
 
 
+def shared_mappings(maps):
+    """How many of the mappings in the text of a maps file are of the runtime's frames, deleted ones included."""
+    folder = f"{shared_folder()}/"
+    return sum(folder in line for line in maps.splitlines())
+
+
 def processor_seconds(pid):
     """User and system time of all threads so far."""
     fields = pathlib.Path(f"/proc/{pid}/stat").read_text().rpartition(")")[2].split()
@@ -39,6 +45,7 @@ def sample(pid):
         **memory(pathlib.Path(f"/proc/{pid}/smaps_rollup").read_text()),
         "handles": len(os.listdir(f"/proc/{pid}/fd")),
         "threads": len(os.listdir(f"/proc/{pid}/task")),
+        "sharedMappings": shared_mappings(pathlib.Path(f"/proc/{pid}/maps").read_text()),
         "sharedFiles": len(os.listdir(shared)) if shared.is_dir() else 0,
         "processorSeconds": processor_seconds(pid),
     }

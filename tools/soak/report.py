@@ -56,9 +56,10 @@ def panels(samples, since):
     return [
         plot.Panel("Memory of the host", "MiB", [trended("anonymousMiB", "its own"), trended("rssMiB", "resident"),
                                                  plain("pssMiB", "proportional")]),
-        plot.Panel("Handles, threads and files of shared memory", "number",
+        plot.Panel("Handles, threads and shared memory", "number",
                    [trended("handles", "handles"), trended("threads", "threads"),
-                    trended("sharedFiles", "files of shared memory")]),
+                    trended("sharedMappings", "mappings, shared memory"),
+                    trended("sharedFiles", "files, shared memory")]),
         plot.Panel("Latency from the sender through the scene", "ms",
                    [trended("latencyMs", "median"), plain("latency95Ms", "95 %"),
                     plain("disturbedLatencyMs", "median, disturbed", dots=True)]),

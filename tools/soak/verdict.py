@@ -19,6 +19,7 @@ LIMITS = (
     Limit("rssMiB", "resident memory", "MiB", 0.2),
     Limit("handles", "handles", "", 0.1),
     Limit("threads", "threads", "", 0.1),
+    Limit("sharedMappings", "mappings of shared memory", "", 0.1),
     Limit("sharedFiles", "files of shared memory", "", 0.1),
     Limit("latencyMs", "latency", "ms", 0.1),
 )
