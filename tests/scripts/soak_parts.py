@@ -16,6 +16,7 @@ SOURCE = pathlib.Path(sys.argv.pop(1)).resolve()
 SOAK = SOURCE / "tools/soak"
 sys.path.insert(0, str(SOAK))
 
+import attribution  # noqa: E402
 import disturbances  # noqa: E402
 import figures  # noqa: E402
 import plot  # noqa: E402
@@ -66,6 +67,15 @@ class Verdict(unittest.TestCase):
 
     def test_what_shrinks_is_flat(self):
         self.assertTrue(verdict.is_flat(verdict.judge(made_samples(10, {"anonymousMiB": -1}), 1)))
+
+    def test_a_slope_that_noise_hides_is_called_so(self):
+        dice = random.Random(3)
+        points = [(minute, 0.2 * minute + dice.uniform(-30, 30)) for minute in range(20)]
+        line = verdict.fit(points)
+        judgement = verdict.judge_one(points, verdict.Limit("x", "x", "", line.slope - line.error))
+        self.assertIn("flat within its noise", verdict.sentence(judgement))
+        judgement = verdict.judge_one(points, verdict.Limit("x", "x", "", line.slope))
+        self.assertIn("flat,", verdict.sentence(judgement))
 
     def test_growth_before_the_level_is_reached_does_not_count(self):
         samples = made_samples(60)
@@ -135,6 +145,17 @@ class Figures(unittest.TestCase):
         child.wait()
         with self.assertRaises(OSError):
             figures.sample(child.pid)
+
+
+class Attribution(unittest.TestCase):
+    def test_a_change_belongs_to_the_disturbance_before_it(self):
+        points = [(0, 10), (1, 11), (2, 11), (3, 15), (4, 15), (5, 14)]
+        marks = [(1.5, "kill"), (2.5, "storm"), (3.5, "kill")]
+        self.assertEqual(attribution.changes(points, marks), {"kill": -1, "storm": 4})
+
+    def test_a_disturbance_before_the_first_figure_explains_nothing(self):
+        self.assertEqual(attribution.changes([(1, 10), (2, 20)], [(0.5, "kill")]), {})
+        self.assertEqual(attribution.changes([], [(0.5, "kill")]), {})
 
 
 class FakeReceiver:

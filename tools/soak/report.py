@@ -4,6 +4,7 @@ import collections
 import csv
 import json
 
+import attribution
 import disturbances as kinds
 import plot
 import verdict
@@ -18,6 +19,13 @@ def write_samples(path, samples):
             writer.writerow({key: round(value, 4) for key, value in sample.items()})
 
 
+def write_disturbances(path, disturbances):
+    with open(path, "w", newline="", encoding="utf-8") as file:
+        writer = csv.writer(file)
+        writer.writerow(("minute", "kind", "detail"))
+        writer.writerows((round(minute, 4), kind, detail) for minute, kind, detail in disturbances)
+
+
 def summary(record, minutes, since):
     judgements = verdict.judge(record.samples, since)
     return {
@@ -28,6 +36,7 @@ def summary(record, minutes, since):
         "failures": record.failures,
         "figures": judgements,
         "disturbances": dict(collections.Counter(kind for _, kind, _ in record.disturbances)),
+        "changedAfter": attribution.by_kind(record.samples, [mark[:2] for mark in record.disturbances], since),
         "lost": record.lost,
         "processorPercent": processor_percent(record.samples),
     }
@@ -68,10 +77,11 @@ def panels(samples, since):
 
 
 def write(folder, record, minutes):
-    """Writes samples.csv, soak.json and soak.svg; returns the summary."""
+    """Writes samples.csv, disturbances.csv, soak.json and soak.svg; returns the summary."""
     since = verdict.settling_minutes(minutes)
     found = summary(record, minutes, since)
     write_samples(folder / "samples.csv", record.samples)
+    write_disturbances(folder / "disturbances.csv", record.disturbances)
     (folder / "soak.json").write_text(json.dumps(found, indent=4) + "\n", encoding="utf-8")
     state = "flat" if found["flat"] else "not flat"
     title = f"{minutes:.1f} minutes, {len(record.disturbances)} disturbances: {state} from minute {since:.1f} on"

@@ -91,7 +91,9 @@ def sentence(judgement):
     if judgement["flat"] is None:
         return f"{judgement['label']}: too few figures ({judgement['points']}) for a verdict"
     unit = f" {judgement['unit']}" if judgement["unit"] else ""
-    word = "flat" if judgement["flat"] else "GROWS"
+    word = "GROWS"
+    if judgement["flat"]:
+        word = "flat" if judgement["slopePerMinute"] <= judgement["limitPerMinute"] else "flat within its noise"
     return (f"{judgement['label']}: {word}, {judgement['slopePerMinute']:+.3f}{unit} a minute "
             f"(error {judgement['slopeError']:.3f}, limit {judgement['limitPerMinute']:g}), "
             f"{judgement['least']:.1f} to {judgement['most']:.1f}{unit}")
