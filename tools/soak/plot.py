@@ -69,6 +69,14 @@ class Drawing:
         path = " ".join(f"{x:.1f},{y:.1f}" for x, y in points)
         self._parts.append(f'<polyline points="{path}" fill="none" stroke="{colour}" stroke-width="1.4"/>')
 
+    def begin_clipped(self, name, top, height):
+        """From here to end_clipped, nothing is seen outside of a panel's place."""
+        self._parts.append(f'<clipPath id="{name}"><rect x="{LEFT}" y="{top}" width="{WIDTH - LEFT - RIGHT}" '
+                           f'height="{height}"/></clipPath><g clip-path="url(#{name})">')
+
+    def end_clipped(self):
+        self._parts.append("</g>")
+
     def dot(self, x, y, colour):
         self._parts.append(f'<circle cx="{x:.1f}" cy="{y:.1f}" r="2" fill="none" stroke="{colour}"/>')
 
@@ -94,7 +102,9 @@ def draw_panel(drawing, panel, top):
     drawing.text(LEFT, top - 8, f"{panel.title} ({panel.unit})", more='font-weight="bold"')
     for index, curve in enumerate(panel.curves):
         colour = COLOURS[index % len(COLOURS)]
+        drawing.begin_clipped(f"clip-{top}-{index}", top, PANEL_HEIGHT)
         draw_curve(drawing, curve, colour, y)
+        drawing.end_clipped()
         drawing.line(WIDTH - RIGHT + 12, top + 10 + 18 * index, WIDTH - RIGHT + 32, top + 10 + 18 * index, colour,
                      'stroke-width="2"')
         drawing.text(WIDTH - RIGHT + 38, top + 14 + 18 * index, curve.label)
