@@ -10,7 +10,7 @@ namespace
 using Clock = std::chrono::steady_clock;
 using std::chrono::nanoseconds;
 
-constexpr nanoseconds restartAfter = std::chrono::milliseconds(500);
+constexpr nanoseconds longestDelay = std::chrono::milliseconds(500);
 constexpr nanoseconds longestWait = std::chrono::seconds(10); // whatever rate a caller names
 
 nanoseconds sinceEpoch()
@@ -24,9 +24,11 @@ void Pacer::wait(std::int64_t units, std::int64_t rate)
 {
     const auto now = sinceEpoch();
     const nanoseconds early = nanoseconds(m_due.position()) - now;
-    if (!m_started || early < -restartAfter || early > longestWait) {
+    if (!m_started || early > longestWait) {
         m_due.restart(now.count());
         m_started = true;
+    } else if (early < -longestDelay) {
+        m_due.restart((now - longestDelay).count());
     } else if (early.count() > 0) {
         std::this_thread::sleep_until(Clock::time_point(std::chrono::duration_cast<Clock::duration>(now + early)));
     }

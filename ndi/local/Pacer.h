@@ -9,7 +9,8 @@ namespace localndi
 {
 
 // Lets a caller through at the rate of what it sends: the first at once, each further one when the one before has had
-// its time. A caller that is late is let through at once; one that is very late starts anew.
+// its time. A caller that is late is let through at once until it has made up for it, but not for more than half a
+// second: what has piled up behind a stall does not stay behind for good, and a caller that paused does not race.
 //
 // Threads: one at a time; wait() blocks it.
 class Pacer

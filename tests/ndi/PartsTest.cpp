@@ -2,6 +2,7 @@
 #include "ndi/local/EvenSteps.h"
 #include "ndi/local/FrameSlots.h"
 #include "ndi/local/IoThread.h"
+#include "ndi/local/Pacer.h"
 #include "ndi/local/PixelLayout.h"
 #include "tests/ndi/TakenPort.h"
 
@@ -9,7 +10,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
 using namespace localndi;
 
@@ -38,6 +41,21 @@ TEST(EvenSteps, IgnoreWhatIsNotPositive)
     steps.advance(1, 0);
     steps.advance(-1, -1);
     EXPECT_EQ(steps.position(), 0);
+}
+
+TEST(Pacer, LetsUpToHalfASecondOfWhatPiledUpBehindAStallThrough)
+{
+    using Clock = std::chrono::steady_clock;
+    using std::chrono::milliseconds;
+    Pacer pacer;
+    pacer.wait(1, 10);
+    std::this_thread::sleep_for(milliseconds(900)); // the stall
+    const auto end = Clock::now();
+    for (int frame = 0; frame < 9; ++frame)
+        pacer.wait(1, 10);
+    const auto taken = Clock::now() - end;
+    EXPECT_GE(taken, milliseconds(290)); // 8 frames of 100 ms less 500 ms
+    EXPECT_LT(taken, milliseconds(700));
 }
 
 TEST(IoThread, GoesOnAfterAHandlerThatThrows)
