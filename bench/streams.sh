@@ -103,14 +103,14 @@ wait_for_arrival() {
 
 # member FILE KEY: a number of a summary with one member a line; 0 for null.
 member() { awk -v key="\"$2\":" '$1 == key { print $2 + 0; exit }' "$1"; }
-# Lost frames, gaps, least frame rate and greatest median latency of so many receivers.
+# Lost frames, gaps of picture and sound, least frame rate and greatest median latency of so many receivers.
 received() {
     local index file
     for ((index = 1; index <= $1; ++index)); do
         file=$scratch/receiver-$index.json
-        printf '%s %s %s %s\n' "$(member "$file" lostFrames)" "$(member "$file" gaps)" "$(member "$file" fps)" \
-            "$(member "$file" median)"
-    done | awk '{ lost += $1; gaps += $2; if (NR == 1 || $3 < fps) fps = $3; if ($4 > latency) latency = $4 }
+        printf '%s %s %s %s %s\n' "$(member "$file" lostFrames)" "$(member "$file" gaps)" "$(member "$file" audioGaps)" \
+            "$(member "$file" fps)" "$(member "$file" median)"
+    done | awk '{ lost += $1; gaps += $2 + $3; if (NR == 1 || $4 < fps) fps = $4; if ($5 > latency) latency = $5 }
                 END { print lost, gaps, fps, latency }'
 }
 

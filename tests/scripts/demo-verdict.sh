@@ -112,6 +112,9 @@ receiver 590 0
 run "$tree/demo" --seconds 1 --out "$scratch/out"
 expect "a demo whose sound does not come back fails" code_is 1
 expect "a demo whose sound does not come back says so" says 'no picture or no sound came back'
+receiver 0 589
+run "$tree/demo" --seconds 1 --out "$scratch/out"
+expect "a demo whose picture does not come back fails" code_is 1
 receiver 590 589
 host 598 0
 run "$tree/demo" --seconds 1 --out "$scratch/out"

@@ -26,6 +26,8 @@ for member in '"width": 1920' '"height": 1080' '"subtype": "UYVY"' '"sampleRate"
     expect "demo.json has $member" grep -q "^    $member" "$out/demo.json"
 done
 expect "the snapshot is a PNG" [ "$(head -c 4 "$out/snapshot.png" | tail -c 3)" = PNG ]
+size=$(od -An -tx1 -j16 -N8 "$out/snapshot.png" | tr -d ' ')
+expect "the snapshot shows two pictures of 1920x1080 side by side" [ "$size" = 00000f0000000438 ]
 
 # The sender's name holds the process id of the demo. The brackets keep grep from finding itself.
 sender_runs() { [ -n "$(grep -l -z -x "[D]emo $demo" /proc/[0-9]*/cmdline 2>/dev/null)" ]; }
