@@ -75,7 +75,7 @@ build() {
             fail "building build/$preset failed; its output is in $(log_file "build-$preset")"; }
 }
 
-wine_packages=(wine wine64 xvfb xauth libgl1-mesa-dri)
+wine_packages=(wine wine64 xvfb libgl1-mesa-dri)
 wine_reason="Wine, a display without a screen and Mesa's software renderer, for the Windows build"
 
 # Everything that the preset windows builds with and runs on.
@@ -86,10 +86,16 @@ need_windows() {
     "$root/tools/windows-libraries" "${options[@]}"
 }
 
-# with_wine COMMAND...: in the tree's root, with Direct3D on a display of its own; nothing of Wine is left running.
+# with_wine COMMAND...: a program or a function, in the tree's root, with Direct3D on a display of its own; nothing of Wine
+# is left running.
 with_wine() (
     cd "$root"
-    export WINEPREFIX=$root/build/windows/wine-prefix LIBGL_ALWAYS_SOFTWARE=1
-    trap 'WINEDEBUG=-all wineserver -k || true' EXIT
-    xvfb-run --auto-servernum --server-args="-screen 0 1280x720x24 -nolisten tcp" "$@"
+    export WINEPREFIX=$root/build/windows/wine-prefix LIBGL_ALWAYS_SOFTWARE=1 DISPLAY
+    # Takes a number that is free, and says which. Out of reach of Ctrl-C, which the programs are to outlive.
+    exec {display}< <(exec setsid Xvfb -displayfd 1 -screen 0 1280x720x24 -nolisten tcp 2>"$(log_file xvfb)")
+    server=$!
+    trap 'WINEDEBUG=-all wineserver -k || true; kill "$server" 2>/dev/null || true' EXIT
+    read -r -t 30 -u "$display" DISPLAY || fail "no display: $(cat "$(log_file xvfb)")"
+    DISPLAY=:$DISPLAY
+    ("$@")
 )

@@ -8,7 +8,7 @@ mkdir -p "$bin" "$tree/tools" "$tree/examples"
 cp "$1/demo" "$tree/"
 cp "$1/examples/metadata.xml" "$tree/examples/"
 cp "$1/tools/common.sh" "$tree/tools/"
-printf 'need() { :; }\nbuild() { :; }\n' >>"$tree/tools/common.sh"
+printf '%s() { :; }\n' need need_windows build >>"$tree/tools/common.sh"
 
 # A sender that is seen on the programme, and ends when it is told to.
 cat >"$bin/ndi-send" <<'EOF'
@@ -123,6 +123,30 @@ expect "a demo without sound says so" says 'no picture or no sound arrived'
 host 0 300
 run "$tree/demo" --seconds 1 --out "$scratch/out"
 expect "a demo without a picture fails" code_is 1
+
+# Of the Windows build each program goes through Wine, and the sender has an end of its own: nobody sends it a signal.
+host 598 300
+windows=$tree/build/windows/bin
+mkdir -p "$windows"
+for program in ndi-send ndi-recv tavrin-host; do
+    cp "$bin/$program" "$windows/$program.exe"
+done
+sed -i "s/^while :; do sleep 0.1; done/for tick in 1 2 3 4 5; do sleep 0.1; done/; /^trap/d" "$windows/ndi-send.exe"
+cat >"$tree/tools/wine" <<EOF
+#!/bin/bash
+echo "\$@" >>"$scratch/started"
+exec "\$@"
+EOF
+chmod +x "$tree/tools/wine"
+printf 'with_wine() { "$@"; }\n' >>"$tree/tools/common.sh"
+run "$tree/demo" --windows --seconds 2 --out "$scratch/windows"
+expect "the demo of the Windows build ends well" code_is 0
+expect "the demo of the Windows build has its figures" grep -q '^    "sentVideoFrames": 611,' "$scratch/windows/demo.json"
+for program in ndi-send ndi-recv tavrin-host; do
+    expect "$program of the Windows build runs under Wine" grep -q "^$windows/$program.exe " "$scratch/started"
+done
+expect "the sender of the Windows build ends after the scene" grep -q 'ndi-send.exe .* --duration 17' "$scratch/started"
+
 printf '#!/bin/sh\nexit 1\n' >"$bin/tavrin-host"
 run "$tree/demo" --seconds 1 --out "$scratch/out"
 expect "a demo whose host fails does so too" code_is 1
