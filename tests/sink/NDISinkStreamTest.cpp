@@ -6,6 +6,8 @@
 #include "tests/sink/SinkHarness.h"
 #include "tests/source/EventReader.h"
 
+#include <future>
+
 namespace
 {
 
@@ -390,6 +392,24 @@ TEST_F(NDISinkStreamTest, EventsAreThoseOfItsOwnQueueUntilTheShutdown)
     EXPECT_EQ(MF_E_SHUTDOWN, stream.GetEvent(MF_EVENT_FLAG_NO_WAIT, &none));
     EXPECT_EQ(MF_E_SHUTDOWN, stream.QueueEvent(MEExtendedType, GUID_NULL, S_OK, nullptr));
     EXPECT_EQ(MF_E_SHUTDOWN, stream.Shutdown());
+}
+
+TEST_F(NDISinkStreamTest, AWaitForAnEventHoldsNobodyUp)
+{
+    makeTyped();
+    CComPtr<IMFMediaEvent> event;
+    auto heard = std::async(std::launch::async, [&] { return stream.GetEvent(0, &event); });
+    EXPECT_EQ(std::future_status::timeout, heard.wait_for(std::chrono::milliseconds(20)));
+    auto started = std::async(std::launch::async, [&] { return stream.Start(0, 0); });
+    const bool held = started.wait_for(std::chrono::seconds(20)) != std::future_status::ready;
+    EXPECT_FALSE(held);
+    if (held) // an event of another's making ends the wait, and the test with it
+        stream.QueueEvent(MEExtendedType, GUID_NULL, S_OK, nullptr);
+    EXPECT_EQ(S_OK, heard.get());
+    EXPECT_EQ(S_OK, started.get());
+    MediaEventType type = MEUnknown;
+    event->GetType(&type);
+    EXPECT_EQ(MEStreamSinkStarted, type);
 }
 
 TEST_F(NDISinkStreamTest, SamplesAndTypesAreDealtWithInTheOrderInWhichTheyCame)
