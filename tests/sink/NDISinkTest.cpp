@@ -10,9 +10,34 @@
 #include <QtCore/QThreadPool>
 
 #include <future>
+#include <utility>
 
 namespace
 {
+
+// While it exists, no job of the global thread pool begins.
+class OccupiedPool
+{
+public:
+    OccupiedPool()
+    {
+        pool()->setMaxThreadCount(1);
+        QtConcurrent::run([leave = m_leave.get_future().share()] { leave.wait(); });
+    }
+    OccupiedPool(const OccupiedPool &) = delete;
+    OccupiedPool &operator=(const OccupiedPool &) = delete;
+    ~OccupiedPool()
+    {
+        m_leave.set_value();
+        pool()->setMaxThreadCount(m_threads);
+    }
+
+private:
+    static QThreadPool *pool() { return QThreadPool::globalInstance(); }
+
+    const int m_threads = pool()->maxThreadCount();
+    std::promise<void> m_leave;
+};
 
 class NDISinkTest : public SinkNodeTest
 {
@@ -294,6 +319,21 @@ TEST_F(NDISinkTest, ASecondCreationReplacesTheSinkBeforeItUnderTheNewName)
     EXPECT_EQ(std::string("Stage"), ndi.calls().senderSettings.at(1).name);
 }
 
+TEST_F(NDISinkTest, ACreationThatBeginsWhenTheStatusIsHeardIsHeardToo)
+{
+    makeNamed();
+    connectVideo(pictureType());
+    bool again = true;
+    QObject::connect(&node, &MediaNode::statusChanged, [&] {
+        if (node.status() == MediaNode::Created && std::exchange(again, false))
+            node.createMediaObjects();
+    });
+    node.createMediaObjects();
+    EXPECT_TRUE(spinUntil([&] { return !again && node.status() == MediaNode::Created; }));
+    EXPECT_EQ(2, ndi.calls().sendersMade);
+    EXPECT_EQ(2u, node.takeMfNodes().size());
+}
+
 TEST_F(NDISinkTest, ADestroyedNodeHoldsNoSink)
 {
     makeNamed();
@@ -337,16 +377,12 @@ TEST_F(NDISinkTest, AJobThatIsReleasedBeforeItHasAThreadMakesNoSender)
 {
     makeNamed();
     connectVideo(pictureType());
-    QThreadPool *const pool = QThreadPool::globalInstance();
-    const int threads = pool->maxThreadCount();
-    pool->setMaxThreadCount(1);
-    std::promise<void> leave;
-    QtConcurrent::run([&leave] { leave.get_future().wait(); });
-    node.createMediaObjects();
-    node.destroyMediaObjects();
-    leave.set_value();
+    {
+        const OccupiedPool pool;
+        node.createMediaObjects();
+        node.destroyMediaObjects();
+    }
     finishJobs();
-    pool->setMaxThreadCount(threads);
     EXPECT_EQ(0, ndi.calls().sendersMade);
     EXPECT_EQ(MediaNode::Creating, node.status());
 }
@@ -376,6 +412,24 @@ TEST_F(NDISinkTest, ANodeThatGoesDuringACreationWaitsForNothingAndLeavesNothing)
     }
     finishJobs();
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendersMade == calls.sendersDestroyed; }));
+}
+
+TEST_F(NDISinkTest, ANodeThatGoesLeavesAJobThatHasNoThreadYetToThePool)
+{
+    {
+        const OccupiedPool pool;
+        {
+            NDISink other;
+            other.setName(QStringLiteral("Other"));
+            other.videoInput()->setConnectedMfMediaType(pictureType());
+            other.createMediaObjects();
+        }
+        // Whoever waits for a job that has not begun does it himself.
+        EXPECT_EQ(0, ndi.calls().sendersMade);
+    }
+    finishJobs();
+    EXPECT_EQ(1, ndi.calls().sendersMade);
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendersDestroyed == 1; }));
 }
 
 TEST_F(NDISinkTest, TheEndOfAJobThatNeverWasIsIgnored)
