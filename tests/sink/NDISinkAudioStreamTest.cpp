@@ -71,6 +71,20 @@ TEST_F(NDISinkAudioStreamTest, ThePlanarBufferGrowsByTheByteCountAndNeverShrinks
     EXPECT_EQ(3848u, stream.m_planarCapacity);
 }
 
+TEST_F(NDISinkAudioStreamTest, AnEmptyBufferBeforeAnyOtherIsAFrameOfNoSamples)
+{
+    stream.onMediaTypeChanged(soundType());
+    const auto sample = bytesSample(std::vector<uint8_t>(8));
+    CComPtr<IMFMediaBuffer> buffer;
+    ASSERT_EQ(S_OK, sample->GetBufferByIndex(0, &buffer));
+    ASSERT_EQ(S_OK, buffer->SetCurrentLength(0));
+    const auto sent = send(sample);
+    EXPECT_EQ(0, sent.frame.no_samples);
+    EXPECT_EQ(0, sent.frame.channel_stride_in_bytes);
+    EXPECT_EQ(0u, stream.m_planarCapacity);
+    EXPECT_EQ(planes(2, 480), send(soundSample(interleaved(2, 480))).channels);
+}
+
 TEST_F(NDISinkAudioStreamTest, BytesThatDoNotMakeAWholeSampleAreDropped)
 {
     stream.onMediaTypeChanged(soundType());
@@ -137,6 +151,16 @@ TEST_F(NDISinkAudioStreamTest, MetadataOfASampleGoesOutWithItsFrameAndWithNoOthe
     ASSERT_TRUE(sent.metadata);
     EXPECT_EQ(payload, metadataPayload(QByteArray::fromStdString(*sent.metadata)));
     EXPECT_FALSE(send(soundSample(interleaved(2, 480))).metadata);
+}
+
+TEST_F(NDISinkAudioStreamTest, MetadataThatCannotBeReadIsNotSent)
+{
+    stream.onMediaTypeChanged(soundType());
+    UnreadableMetadataSample sample(soundSample(interleaved(2, 480)));
+    const auto sent = send(&sample);
+    EXPECT_EQ(nullptr, sent.frame.p_metadata);
+    EXPECT_EQ(planes(2, 480), sent.channels);
+    EXPECT_EQ(1, sample.metadataReads);
 }
 
 TEST_F(NDISinkAudioStreamTest, WithoutASenderAFrameIsDroppedAndLoggedAsSent)

@@ -211,6 +211,17 @@ TEST_F(NDISinkVideoStreamTest, MetadataOfAnotherKindThanBytesIsNotSent)
     EXPECT_FALSE(send(sample).metadata);
 }
 
+TEST_F(NDISinkVideoStreamTest, MetadataThatCannotBeReadIsNotSent)
+{
+    const auto picture = noise(64 * 2 * 36);
+    stream.onMediaTypeChanged(pictureType());
+    UnreadableMetadataSample sample(bytesSample(picture));
+    const auto sent = send(&sample);
+    EXPECT_EQ(nullptr, sent.frame.p_metadata);
+    EXPECT_EQ(picture, sent.picture);
+    EXPECT_EQ(1, sample.metadataReads);
+}
+
 TEST_F(NDISinkVideoStreamTest, WithoutASenderAFrameIsDroppedAndLoggedAsSent)
 {
     stream.onMediaTypeChanged(pictureType());
@@ -233,6 +244,24 @@ TEST_F(NDISinkVideoStreamTest, ASampleWithoutABufferReportsTheFailure)
     EXPECT_EQ(E_NOTIMPL, stream.sendSample(&refusing));
     EXPECT_EQ(1, criticals(" [sample->ConvertToContiguousBuffer(&buffer)] (HR=0x80004001)"));
     EXPECT_TRUE(ndi.calls().sentVideo.empty());
+}
+
+TEST_F(NDISinkVideoStreamTest, ASampleThatCannotBeSentRaisesNoEvent)
+{
+    const auto video = streamOf(sink, 0);
+    setType(sink, video, pictureType());
+    ASSERT_EQ(S_OK, sink->OnClockStart(0, 0));
+    takeEvents(video);
+    ASSERT_EQ(S_OK, video->ProcessSample(emptySample()));
+    drain(sink);
+    EXPECT_EQ(1, log.countContaining("[sample->ConvertToContiguousBuffer(&buffer)] (HR="));
+    EXPECT_TRUE(ndi.calls().sentVideo.empty());
+    EXPECT_EQ((std::vector<MediaEventType>{MEStreamSinkRequestSample}), takeEventTypes(video));
+    const auto picture = noise(64 * 2 * 36);
+    ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(picture)));
+    drain(sink);
+    ASSERT_EQ(1u, ndi.calls().sentVideo.size());
+    EXPECT_EQ(picture, ndi.calls().sentVideo[0].picture);
 }
 
 TEST_F(NDISinkVideoStreamTest, ATypeThatCannotBeReadLeavesTheFormatAndIsAdoptedAllTheSame)

@@ -2,6 +2,7 @@
 
 #include "hostfw/CUnknown.h"
 #include "hostfw/ComPtr.h"
+#include "tests/support/RefusingSample.h"
 
 #include <mfidl.h>
 
@@ -11,9 +12,12 @@
 class FakeClock : public IMFPresentationClock, public CUnknown
 {
 public:
-    FakeClock() : CUnknown(L"FakeClock", nullptr) {}
+    // With an outer object the clock is another face of that one.
+    explicit FakeClock(IUnknown *outer = nullptr) : CUnknown(L"FakeClock", outer) {}
 
     HRESULT timeResult = S_OK;
+    HRESULT addResult = S_OK;
+    HRESULT removeResult = S_OK;
     MFTIME time = 0;
     int added = 0;
     int removed = 0;
@@ -43,12 +47,12 @@ public:
     STDMETHODIMP AddClockStateSink(IMFClockStateSink *) override
     {
         ++added;
-        return S_OK;
+        return addResult;
     }
     STDMETHODIMP RemoveClockStateSink(IMFClockStateSink *) override
     {
         ++removed;
-        return S_OK;
+        return removeResult;
     }
     STDMETHODIMP Start(LONGLONG) override { return E_NOTIMPL; }
     STDMETHODIMP Stop() override { return E_NOTIMPL; }
@@ -77,6 +81,33 @@ public:
     }
     STDMETHODIMP SetCurrentLength(DWORD) override { return S_OK; }
     STDMETHODIMP GetMaxLength(DWORD *length) override { return GetCurrentLength(length); }
+};
+
+// The buffers of another sample, with metadata that has a size and cannot be read. No time.
+class UnreadableMetadataSample : public RefusingSample
+{
+public:
+    explicit UnreadableMetadataSample(const CComPtr<IMFSample> &buffers) : m_buffers(buffers) {}
+
+    int metadataReads = 0;
+
+    STDMETHODIMP ConvertToContiguousBuffer(IMFMediaBuffer **buffer) override
+    {
+        return m_buffers->ConvertToContiguousBuffer(buffer);
+    }
+    STDMETHODIMP GetBlobSize(REFGUID, UINT32 *size) override
+    {
+        *size = 5;
+        return S_OK;
+    }
+    STDMETHODIMP GetBlob(REFGUID, UINT8 *, UINT32, UINT32 *) override
+    {
+        ++metadataReads;
+        return E_ACCESSDENIED;
+    }
+
+private:
+    const CComPtr<IMFSample> m_buffers;
 };
 
 // A media sink that has the streams it is given and fails where it is told to. Its streams are not counted.
