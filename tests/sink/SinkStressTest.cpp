@@ -9,6 +9,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <random>
 #include <thread>
 
@@ -21,6 +22,37 @@ std::chrono::milliseconds duration()
     const int seconds = qEnvironmentVariableIntValue("TAVRIN_STRESS_SECONDS");
     return seconds > 0 ? std::chrono::seconds(seconds) : std::chrono::milliseconds(1500);
 }
+
+// A step that shuts a sink down, for as many threads as like. Once is enough; the others are refused.
+class Shutdowns
+{
+public:
+    std::function<void()> step(NDISinkMF *target)
+    {
+        return [this, target] {
+            const HRESULT hr = target->Shutdown();
+            if (hr == S_OK)
+                ++m_done;
+            else if (hr != MF_E_SHUTDOWN)
+                ++m_odd;
+            else if (!m_wasRefused.exchange(true))
+                m_refusal.set_value();
+        };
+    }
+    // Until a thread comes too late.
+    bool waitForRefusal()
+    {
+        return m_refusal.get_future().wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+    }
+    int done() const { return m_done; }
+    int odd() const { return m_odd; }
+
+private:
+    std::atomic<int> m_done{0};
+    std::atomic<int> m_odd{0};
+    std::atomic<bool> m_wasRefused{false};
+    std::promise<void> m_refusal;
+};
 
 // Sinks that are made, used and let go while others use them still.
 constexpr int shortLives = 60;
@@ -170,17 +202,25 @@ TEST_F(SinkStressTest, SinksThatAreLetGoInTheMiddleOfTheirWorkSendNothingWithout
         sink = makeSink();
         const auto video = streamOf(sink, 0);
         const auto audio = streamOf(sink, 1);
+        Shutdowns shutdowns;
         std::atomic<bool> end{false};
         {
-            const Worker clock(end, 3U * round + 1U, clockSteps(sink));
-            const Worker pictures1(end, 3U * round + 2U, streamSteps(video, true));
-            const Worker sounds1(end, 3U * round + 3U, streamSteps(audio, false));
+            const Worker clock(end, 5U * round + 1U, clockSteps(sink));
+            const Worker pictures1(end, 5U * round + 2U, streamSteps(video, true));
+            const Worker sounds1(end, 5U * round + 3U, streamSteps(audio, false));
             const int before = ndi.calls().videoSends;
             EXPECT_TRUE(ndi.waitFor([&](const auto &calls) { return calls.videoSends >= before + 20; }));
+            auto endings = clockSteps(sink);
+            endings.push_back(shutdowns.step(sink));
+            const Worker ending1(end, 5U * round + 4U, endings);
+            const Worker ending2(end, 5U * round + 5U, endings);
+            EXPECT_TRUE(shutdowns.waitForRefusal());
             end = true;
         }
-        sink->Shutdown();
-        sink.Release(); // the queue may be full: its jobs let the sink go
+        EXPECT_EQ(1, shutdowns.done());
+        EXPECT_EQ(0, shutdowns.odd());
+        sink->SetPresentationClock(nullptr); // one that was set behind the shutdown
+        sink.Release();                      // the queue may be full: its jobs let the sink go
     }
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendersDestroyed == shortLives; }));
     EXPECT_EQ(0, ndi.calls().straySendCalls);
