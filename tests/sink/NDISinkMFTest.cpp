@@ -220,6 +220,35 @@ TEST_F(NDISinkMFTest, SettingTheSameClockTwiceRegistersOnce)
     EXPECT_TRUE(isClock(clock, sink));
 }
 
+TEST_F(NDISinkMFTest, AnotherFaceOfTheClockIsTheSameClock)
+{
+    make();
+    const CComPtr<FakeClock> clock(new FakeClock);
+    FakeClock face(clock.p);
+    EXPECT_EQ(S_OK, sink->SetPresentationClock(clock));
+    EXPECT_EQ(S_OK, sink->SetPresentationClock(&face));
+    EXPECT_EQ(0, clock->removed);
+    EXPECT_EQ(0, face.added);
+    EXPECT_TRUE(isClock(clock, sink));
+    EXPECT_EQ(S_OK, sink->SetPresentationClock(nullptr));
+}
+
+TEST_F(NDISinkMFTest, AClockThatRefusesTheSinkOrDoesNotLetItGoIsSetAndReplacedAllTheSame)
+{
+    make();
+    const CComPtr<FakeClock> first(new FakeClock);
+    const CComPtr<FakeClock> second(new FakeClock);
+    first->addResult = first->removeResult = E_ACCESSDENIED;
+    EXPECT_EQ(S_OK, sink->SetPresentationClock(first));
+    EXPECT_TRUE(isClock(first, sink));
+    EXPECT_EQ(4u, referencesOf(first)); // the streams have it too
+    EXPECT_EQ(S_OK, sink->SetPresentationClock(second));
+    EXPECT_TRUE(isClock(second, sink));
+    EXPECT_EQ(1, second->added);
+    EXPECT_EQ(1u, referencesOf(first));
+    EXPECT_TRUE(log.lines().empty());
+}
+
 TEST_F(NDISinkMFTest, AnotherClockTakesThePlaceOfTheOldOneEverywhere)
 {
     make();
@@ -409,6 +438,28 @@ TEST_F(NDISinkMFTest, AFlushWaitsForTheFrameThatIsBeingSent)
     drain(sink);
     EXPECT_EQ(2u, ndi.calls().sentVideo.size());
     EXPECT_EQ(0, ndi.calls().overlappingSendCalls);
+}
+
+TEST_F(NDISinkMFTest, ADestructionOfTheSenderWaitsForTheFrameThatIsBeingSent)
+{
+    makeStarted();
+    const auto video = streamOf(sink, 0);
+    ndi.holdSends(true);
+    ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
+    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendsEntered == 1; }));
+    auto destroyed = std::async(std::launch::async, [this] { return sink->destroySender(); });
+    EXPECT_EQ(std::future_status::timeout, destroyed.wait_for(std::chrono::milliseconds(20)));
+    EXPECT_EQ(0, ndi.calls().sendersDestroyed);
+    ndi.holdSends(false);
+    EXPECT_EQ(S_OK, destroyed.get());
+    EXPECT_EQ((std::vector<SendCall>{SendCall::Create, SendCall::Video, SendCall::Flush, SendCall::Destroy}),
+              ndi.calls().sendCalls);
+    EXPECT_EQ(0, ndi.calls().overlappingSendCalls);
+    // What comes later finds no sender.
+    ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
+    drain(sink);
+    EXPECT_EQ(1u, ndi.calls().sentVideo.size());
+    EXPECT_EQ(0, ndi.calls().straySendCalls);
 }
 
 TEST_F(NDISinkMFTest, LetGoWithAFullQueueItSendsWhatItWasGivenAndThenNothing)
