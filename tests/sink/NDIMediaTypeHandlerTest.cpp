@@ -181,6 +181,7 @@ TEST_F(NDIMediaTypeHandlerTest, ATypeThatContradictsAnOfferedAttributeIsRefusedA
     EXPECT_TRUE(refuses([](auto *t) { MFSetAttributeRatio(t, MF_MT_PIXEL_ASPECT_RATIO, 4, 3); }));
     EXPECT_TRUE(refuses([](auto *t) { t->SetUINT32(MF_MT_COMPRESSED, TRUE); }));
     EXPECT_TRUE(refuses([](auto *t) { t->SetUINT32(MF_MT_ALL_SAMPLES_INDEPENDENT, FALSE); }));
+    EXPECT_TRUE(refuses([](auto *t) { t->SetUINT32(MF_MT_FIXED_SIZE_SAMPLES, FALSE); }));
     EXPECT_TRUE(takes(video.get(), partialType(MFMediaType_Video, MFVideoFormat_UYVY)));
 }
 

@@ -6,6 +6,9 @@
 #include "tests/support/RefusingAttributes.h"
 #include "tests/support/native/MadeUpMediaTypes.h"
 
+#include <string>
+#include <vector>
+
 namespace
 {
 
@@ -13,9 +16,9 @@ namespace
 class FullMediaType : public RefusingAttributes<IMFMediaType>, public CUnknown
 {
 public:
-    explicit FullMediaType(int room) : CUnknown(L"FullMediaType", nullptr), m_room(room) {}
+    explicit FullMediaType(size_t room) : CUnknown(L"FullMediaType", nullptr), m_room(room) {}
 
-    int tries = 0;
+    size_t tries = 0;
 
     DECLARE_IUNKNOWN
     // IMFAttributes
@@ -32,7 +35,7 @@ public:
 private:
     HRESULT take() { return tries++ < m_room ? S_OK : E_ACCESSDENIED; }
 
-    const int m_room;
+    const size_t m_room;
 };
 
 class OpenVideoHandler : public NDIMediaTypeHandlerVideo
@@ -53,19 +56,19 @@ class MediaTypeFailureTest : public MadeSinkTest
 {
 protected:
     // The one line that was logged since the last call, and that has to be one of this area's failures.
-    QString failure()
+    std::string failure()
     {
         const auto lines = log.lines();
         log.clear();
         if (lines.size() != 1 || lines[0].type != QtCriticalMsg || lines[0].category != sinkLog)
-            return QStringLiteral("%1 lines").arg(lines.size());
-        return lines[0].text;
+            return std::to_string(lines.size()) + " lines";
+        return lines[0].text.toStdString();
     }
     // The type is made of `calls`, one after the other; the first that fails is the one that is reported.
     template <typename Handler>
-    void expectEachReported(const Handler &handler, const GUID &subtype, const QStringList &calls)
+    void expectEachReported(const Handler &handler, const GUID &subtype, const std::vector<std::string> &calls)
     {
-        for (int room = 0; room < calls.size(); ++room) {
+        for (size_t room = 0; room < calls.size(); ++room) {
             const CComPtr<FullMediaType> full(new FullMediaType(room));
             const MadeUpMediaTypes given(S_OK, full);
             CComPtr<IMFMediaType> type;
@@ -75,7 +78,7 @@ protected:
             EXPECT_FALSE(type);
             EXPECT_EQ(1u, referencesOf(full));
         }
-        const CComPtr<FullMediaType> roomy(new FullMediaType(static_cast<int>(calls.size())));
+        const CComPtr<FullMediaType> roomy(new FullMediaType(calls.size()));
         const MadeUpMediaTypes given(S_OK, roomy);
         CComPtr<IMFMediaType> type;
         EXPECT_EQ(S_OK, handler.createMediaType(subtype, &type));
@@ -110,9 +113,9 @@ TEST_F(MediaTypeFailureTest, ATypeThatCannotBeMadeIsReported)
     const MadeUpMediaTypes none(E_OUTOFMEMORY, nullptr);
     CComPtr<IMFMediaType> type;
     EXPECT_EQ(E_OUTOFMEMORY, video.createMediaType(MFVideoFormat_UYVY, &type));
-    EXPECT_EQ(QStringLiteral(" [MFCreateMediaType(&pMediaType)] (HR=0x8007000E)"), failure());
+    EXPECT_EQ(std::string(" [MFCreateMediaType(&pMediaType)] (HR=0x8007000E)"), failure());
     EXPECT_EQ(E_OUTOFMEMORY, audio.createMediaType(MFAudioFormat_Float, &type));
-    EXPECT_EQ(QStringLiteral(" [MFCreateMediaType(&pMediaType)] (HR=0x8007000E)"), failure());
+    EXPECT_EQ(std::string(" [MFCreateMediaType(&pMediaType)] (HR=0x8007000E)"), failure());
     EXPECT_FALSE(type);
 }
 
@@ -121,9 +124,9 @@ TEST_F(MediaTypeFailureTest, ATypeThatIsNotThereIsReported)
     const MadeUpMediaTypes none(S_OK, nullptr);
     CComPtr<IMFMediaType> type;
     EXPECT_EQ(E_POINTER, video.createMediaType(MFVideoFormat_UYVY, &type));
-    EXPECT_EQ(QStringLiteral(" [pMediaType is null]"), failure());
+    EXPECT_EQ(std::string(" [pMediaType is null]"), failure());
     EXPECT_EQ(E_POINTER, audio.createMediaType(MFAudioFormat_Float, &type));
-    EXPECT_EQ(QStringLiteral(" [pMediaType is null]"), failure());
+    EXPECT_EQ(std::string(" [pMediaType is null]"), failure());
     EXPECT_FALSE(type);
 }
 
