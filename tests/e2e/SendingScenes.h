@@ -4,18 +4,20 @@
 
 #include "tests/e2e/QmlScene.h"
 
-// Receives the sender of that name and publishes what arrives as another.
+// Receives the sender of that name and publishes what arrives as another, the source's metadata included.
 class PassingScene : public QmlScene
 {
 public:
     PassingScene(const QString &from, const QString &to) : QmlScene(QString(Text).arg(from, to).toUtf8()) {}
 
+    QObject &source() { return object("source"); }
     QObject &sink() { return object("sink"); }
 
 private:
     static constexpr char Text[] = R"qml(
         Graph {
             id: graph
+            property var source: source
             property var sink: sink
             function choose() {
                 const input = NDI.inputs.find(candidate => candidate.name.includes("(%1)"))
@@ -23,7 +25,7 @@ private:
                     source.input = input
             }
             NDISource { id: source }
-            NDISink { id: sink; name: "%2" }
+            NDISink { id: sink; name: "%2"; metadata: source.metadata }
             Link { from: source.videoOutput; to: sink.videoInput }
             Link { from: source.audioOutput; to: sink.audioInput }
             property Connections updates: Connections { target: NDI; function onInputsChanged() { graph.choose() } }

@@ -8,6 +8,9 @@
 #include "tests/e2e/TimeLimits.h"
 
 #include <QtCore/QBitArray>
+#include <QtCore/QCborArray>
+#include <QtCore/QCborMap>
+#include <QtCore/QCborValue>
 #include <QtCore/QDateTime>
 #include <QtCore/QEasingCurve>
 #include <QtCore/QJsonArray>
@@ -20,6 +23,8 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>
 #include <QtCore/QUuid>
+
+#include <vector>
 
 namespace
 {
@@ -62,32 +67,22 @@ TEST(SentMetadata, OfAFrameGoesThroughWhateverItsBytes)
     EXPECT_EQ(scene.graph().restarts(), 0);
 }
 
-QVariantList valuesOfQtCore()
+// What a QML binding hands on as it got it.
+QVariantList valuesThatBindingsKeep()
 {
     return {
         true,
         42,
-        7U,
-        -1LL,
-        1ULL << 63,
         2.5,
-        1.25F,
-        QVariant::fromValue<char>('c'),
         QVariant::fromValue<signed char>(-2),
-        QVariant::fromValue<unsigned char>(250),
-        QVariant::fromValue<short>(-300),
-        QVariant::fromValue<unsigned short>(60000),
         QVariant::fromValue<long>(-70000),
         QVariant::fromValue<unsigned long>(70000),
         QVariant::fromValue(nullptr),
-        QChar(0x20AC),
         QStringLiteral("Käse"),
         QString(),
         QBitArray(5, true),
         QByteArray("\0\1]]>", 5), // not behind an empty text, which Qt takes for the same
-        QDate(2024, 2, 29),
-        QTime(1, 2, 3, 4),
-        QDateTime(QDate(2024, 2, 29), QTime(1, 2, 3), Qt::UTC),
+        QDateTime(QDate(2024, 2, 29), QTime(1, 2, 3, 4)),
         QUrl(QStringLiteral("http://example.org/a?b")),
         QLocale(QLocale::German),
         QPoint(1, 2),
@@ -100,17 +95,47 @@ QVariantList valuesOfQtCore()
         QLineF(1.5, 2, 3, 4),
         QUuid(QStringLiteral("{5833a435-00ab-4e9c-affc-1bd331effd30}")),
         QRegularExpression(QStringLiteral("a+b")),
-        QRegExp(QStringLiteral("a*b")),
         QEasingCurve(QEasingCurve::OutBounce),
-        QJsonValue(2.5),
-        QJsonObject{{"a", 1}},
-        QJsonArray{1, "two"},
         QJsonDocument(QJsonObject{{"a", 2}}),
+        QVariant::fromValue(QCborMap{{QStringLiteral("a"), QCborArray{1, "two"}}}),
+        QVariant::fromValue(QCborArray{1, "two"}),
+        QVariant::fromValue(QCborValue(2.5)),
+        QVariant::fromValue(QCborSimpleType::Null),
         QStringList{"a", "b"},
         QVariant::fromValue(QByteArrayList{"x", "y"}),
-        QVariantList{1, "two", QVariantList{3.0}},
-        QVariantMap{{"one", 1}, {"list", QVariantList{1, 2}}},
         QVariantHash{{"one", 1}},
+    };
+}
+
+struct ChangedValue {
+    QVariant value;
+    QVariant seen; // by who receives it
+};
+
+// What becomes another type in a QML binding, which may not hold all of the value.
+std::vector<ChangedValue> valuesThatBindingsChange()
+{
+    const QDateTime noon(QDate(2024, 2, 29), QTime(12, 0), Qt::UTC);
+    return {
+        {7U, 7},
+        {4000000000U, 4000000000.0},
+        {-1LL, -1.0},
+        {(1ULL << 63) + 1, 9223372036854775808.0},
+        {1.25F, 1.25},
+        {QVariant::fromValue<char>('c'), 'c'},
+        {QVariant::fromValue<unsigned char>(250), 250},
+        {QVariant::fromValue<short>(-300), -300},
+        {QVariant::fromValue<unsigned short>(60000), 60000},
+        {QChar(0x20AC), QString(QChar(0x20AC))},
+        {QDate(2024, 2, 29), QDate(2024, 2, 29).startOfDay(Qt::UTC).toLocalTime()},
+        {QTime(1, 2, 3, 4), QDateTime(QDate(1971, 4, 1), QTime(1, 2, 3, 4))}, // the day that Qt takes
+        {noon, noon.toLocalTime()},
+        {QRegExp(QStringLiteral("a*b")), QRegularExpression(QStringLiteral("a*b"))},
+        {QJsonValue(2.25), 2.25},
+        {QJsonObject{{"a", 1}}, QVariantMap{{"a", 1.0}}},
+        {QJsonArray{1, "two"}, QVariantList{1.0, "two"}},
+        {QVariantList{1, "two", QVariantList{3.5}}, QVariantList{1, "two", QVariantList{3.5}}},
+        {QVariantMap{{"one", 1U}, {"list", QVariantList{1, 2}}}, QVariantMap{{"one", 1}, {"list", QVariantList{1, 2}}}},
     };
 }
 
@@ -121,7 +146,9 @@ TEST(SentMetadata, OfASinkBecomesTheSourcesWhateverItsType)
     Scene receiving(name);
     ASSERT_TRUE(sending.isLoaded() && receiving.isLoaded());
     ASSERT_TRUE(receiving.receives(2, 2));
-    QVariantList values = valuesOfQtCore();
+    QVariantList values = valuesThatBindingsKeep();
+    for (const ChangedValue &changed : valuesThatBindingsChange())
+        values.append(changed.value);
     values.append(receiving.source().property("input")); // a type of the module's own
     for (const QVariant &value : qAsConst(values)) {
         sending.sink().setProperty("metadata", value);
@@ -131,6 +158,50 @@ TEST(SentMetadata, OfASinkBecomesTheSourcesWhateverItsType)
             << value.typeName();
     }
     EXPECT_EQ(sending.graph().restarts(), 0);
+}
+
+TEST(SentMetadata, OfASourceBecomesASinksExactlyWhateverTheBindingKeeps)
+{
+    const QString in = uniqueName("kept values in");
+    const QString out = uniqueName("kept values out");
+    TestSender sender(in, SenderFormat());
+    const TestReceiver receiver(out);
+    PassingScene scene(in, out);
+    ASSERT_TRUE(scene.isLoaded());
+    ASSERT_TRUE(waitUntil([&] { return receiver.pictureCount() > 0; }, Patience));
+    QVariantList values = valuesThatBindingsKeep();
+    values.append(scene.source().property("input")); // a type of the module's own
+    for (const QVariant &value : qAsConst(values)) {
+        const std::string text = envelope(serialised(value));
+        sender.sendMetadata(text);
+        EXPECT_TRUE(waitUntil(
+            [&] {
+                const std::vector<QByteArray> metadata = receiver.metadata();
+                return !metadata.empty() && metadata.back() == QByteArray::fromStdString(text);
+            },
+            Patience))
+            << value.typeName();
+    }
+    EXPECT_EQ(scene.graph().restarts(), 0);
+}
+
+TEST(SentMetadata, OfASourceBecomesASinksAsTheBindingChangesIt)
+{
+    const QString in = uniqueName("changed values in");
+    const QString out = uniqueName("changed values out");
+    TestSender sender(in, SenderFormat());
+    PassingScene scene(in, out);
+    Scene receiving(out);
+    ASSERT_TRUE(scene.isLoaded() && receiving.isLoaded());
+    ASSERT_TRUE(receiving.receives(2, 2));
+    for (const ChangedValue &changed : valuesThatBindingsChange()) {
+        sender.sendMetadata(envelope(serialised(changed.value)));
+        // As bytes: these tell the type, too.
+        EXPECT_TRUE(waitUntil(
+            [&] { return serialised(receiving.source().property("metadata")) == serialised(changed.seen); }, Patience))
+            << changed.value.typeName();
+    }
+    EXPECT_EQ(scene.graph().restarts(), 0);
 }
 
 TEST(SentMetadata, GoesOutWithEveryChangeInOrder)
