@@ -210,22 +210,13 @@ Stretch stretchOf(TestReceiver &receiver, std::size_t switches)
     return stretch;
 }
 
-void expectTallyToFollow(const QJsonObject &summary)
-{
-    const QJsonObject tally = summary["tally"].toObject();
-    for (const char *light : {"program", "preview"}) {
-        EXPECT_TRUE(tally[light].toObject()["seenOn"].toBool()) << light;
-        EXPECT_TRUE(tally[light].toObject()["seenOffAgain"].toBool()) << light;
-    }
-}
-
-TEST_F(SendingExamples, MixerSwitchesItsInputsWithoutAGapAndTheirTallyFollows)
+TEST_F(SendingExamples, MixerSwitchesItsInputsWithoutAGap)
 {
     const QString first = uniqueName("mixer first");
     const QString second = uniqueName("mixer second");
     const QString out = uniqueName("mixer out");
-    Child firstInput(TAVRIN_SEND_PROGRAM, inputArguments(first, "first") << "--json" << path("first.json"));
-    Child secondInput(TAVRIN_SEND_PROGRAM, inputArguments(second, "second") << "--json" << path("second.json"));
+    Child firstInput(TAVRIN_SEND_PROGRAM, inputArguments(first, "first"));
+    Child secondInput(TAVRIN_SEND_PROGRAM, inputArguments(second, "second"));
     Child host(TAVRIN_HOST_PROGRAM,
                {"--quiet", TAVRIN_EXAMPLES "/mixer.qml", first, second, out, QStringLiteral("0.5")});
     TestReceiver receiver(out, 1000);
@@ -246,10 +237,58 @@ TEST_F(SendingExamples, MixerSwitchesItsInputsWithoutAGapAndTheirTallyFollows)
     EXPECT_EQ(receiver.losses(), 0);
     ASSERT_TRUE(endsWhenAsked(watcher));
     EXPECT_EQ(readJson(path("recv.json"))["reconnects"].toInt(-1), 0);
-    ASSERT_TRUE(endsWhenAsked(firstInput));
-    ASSERT_TRUE(endsWhenAsked(secondInput));
-    expectTallyToFollow(readJson(path("first.json")));
-    expectTallyToFollow(readJson(path("second.json")));
+    ASSERT_TRUE(endsWhenAsked(host));
+}
+
+struct MixerInput {
+    explicit MixerInput(const char *label)
+        : name(uniqueName(label)), metadata(text(label)), sender(name, SenderFormat())
+    {
+        sender.setFrameMetadata(metadata.toStdString());
+    }
+
+    bool isLit(bool program, bool preview) const
+    {
+        const NDIlib_tally_t tally = sender.tally();
+        return tally.on_program == program && tally.on_preview == preview;
+    }
+
+    const QString name;
+    const QByteArray metadata; // of its frames
+    TestSender sender;
+};
+
+// Waits until the mixer has switched to that input and looks at the lights in the middle of its time on air, as the
+// light and the picture do not come at the same moment. A machine that is busy with other things may have them late at
+// times, but not all the time.
+bool lightsFollow(const TestReceiver &receiver, const MixerInput &onAir, const MixerInput &next)
+{
+    constexpr std::size_t halfOfTheTime = 25; // pictures
+    const auto isOnAir = [&] { return receiver.newestPicture().metadata == onAir.metadata; };
+    for (int stretches = 5; stretches > 0; --stretches) {
+        if (!waitUntil([&] { return !isOnAir(); }, Patience) || !waitUntil(isOnAir, Patience))
+            return false;
+        const std::size_t middle = receiver.pictureCount() + halfOfTheTime;
+        if (!waitUntil([&] { return receiver.pictureCount() >= middle; }, Patience))
+            return false;
+        if (onAir.isLit(true, false) && next.isLit(false, true) && isOnAir())
+            return true;
+    }
+    return false;
+}
+
+TEST_F(SendingExamples, MixerLightsProgramOfTheInputOnAirAndPreviewOfTheOther)
+{
+    const MixerInput first("mixer lit first");
+    const MixerInput second("mixer lit second");
+    const QString out = uniqueName("mixer lit out");
+    Child host(TAVRIN_HOST_PROGRAM,
+               {"--quiet", TAVRIN_EXAMPLES "/mixer.qml", first.name, second.name, out, QStringLiteral("1")});
+    const TestReceiver receiver(out);
+    ASSERT_TRUE(passesOn(receiver, first.metadata));
+    ASSERT_TRUE(passesOn(receiver, second.metadata));
+    EXPECT_TRUE(lightsFollow(receiver, first, second));
+    EXPECT_TRUE(lightsFollow(receiver, second, first));
     ASSERT_TRUE(endsWhenAsked(host));
 }
 
