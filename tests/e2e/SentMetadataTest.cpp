@@ -23,6 +23,9 @@
 #include <QtCore/QRegularExpression>
 #include <QtCore/QUrl>
 #include <QtCore/QUuid>
+#include <QtGui/QColor>
+#include <QtGui/QMatrix4x4>
+#include <QtGui/QVector3D>
 
 #include <vector>
 
@@ -104,6 +107,9 @@ QVariantList valuesThatBindingsKeep()
         QStringList{"a", "b"},
         QVariant::fromValue(QByteArrayList{"x", "y"}),
         QVariantHash{{"one", 1}},
+        QColor(10, 20, 30, 40),
+        QVector3D(1, 2, 3),
+        QMatrix4x4(),
     };
 }
 
