@@ -1,7 +1,8 @@
 #pragma once
 
 // CComPtr: the counted COM pointer of everything in this tree. ATL's where the compiler brings ATL, else this one,
-// which offers the part of its interface that is used here.
+// which offers the part of its interface that is used here. ATL's -> goes to a class derived from the one pointed to,
+// with AddRef and Release out of reach: a class that is used through it is not final, and nobody counts through it.
 
 #include <windows.h>
 

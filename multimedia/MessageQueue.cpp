@@ -81,8 +81,7 @@ public:
         const HRESULT hr = m_private ? MFAllocateWorkQueueEx(MF_STANDARD_WORKQUEUE, &m_workQueue) : S_OK;
         if (FAILED(hr))
             throw ComException(hr, QStringLiteral("No work queue"));
-        m_step.Attach(new Step(*this));
-        m_step->AddRef();
+        m_step = new Step(*this);
     }
 
     ~Impl()

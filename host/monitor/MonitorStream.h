@@ -20,7 +20,7 @@ namespace host
 // asked for whenever one has been consumed, so a slow consumer slows the stream down instead of piling samples up.
 //
 // Owned by its media sink, on whose references its own count. Thread-safe.
-class MonitorStream final : public IMFStreamSink, public CUnknown
+class MonitorStream : public IMFStreamSink, public CUnknown
 {
 public:
     MonitorStream(IMFMediaSink *sink, DWORD identifier, const std::shared_ptr<SampleConsumer> &consumer,

@@ -10,7 +10,7 @@
 namespace host
 {
 
-class EventPumpCallback final : public IMFAsyncCallback, public CUnknown
+class EventPumpCallback : public IMFAsyncCallback, public CUnknown
 {
 public:
     EventPumpCallback(IMFMediaEventGenerator *generator, EventPump::Handler handler)

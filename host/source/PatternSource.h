@@ -11,7 +11,7 @@ namespace host
 {
 
 // A live source of the test picture (stream 0) and the test tone (stream 1).
-class PatternSource final : public CBaseSource
+class PatternSource : public CBaseSource
 {
 public:
     static HRESULT create(const PatternSettings &settings, IMFMediaSource **source);
