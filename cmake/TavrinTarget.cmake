@@ -1,7 +1,9 @@
 # tavrin_target(NAME): the warnings, sanitizers and definitions that every target of this tree is built with.
 function(tavrin_target name)
   if(MSVC)
-    target_compile_options(${name} PRIVATE /W4 /permissive- /Zc:__cplusplus /utf-8 $<$<BOOL:${TAVRIN_WERROR}>:/WX>)
+    target_compile_options(${name} PRIVATE /W4 /permissive- /Zc:__cplusplus /utf-8 $<$<BOOL:${TAVRIN_WERROR}>:/WX>
+      # Members and bases that are not exported: host, framework and module are built with one compiler.
+      /wd4251 /wd4275)
   else()
     target_compile_options(${name} PRIVATE
       -Wall -Wextra -Wpedantic -Wshadow -Woverloaded-virtual

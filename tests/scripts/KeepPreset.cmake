@@ -1,0 +1,16 @@
+# cmake -DPRESETS=FILE -DKEEP=NAME -P KeepPreset.cmake: leaves of a file of presets the one with this name, and the hidden
+# ones that it inherits.
+file(READ ${PRESETS} presets)
+foreach(kind IN ITEMS configurePresets buildPresets testPresets packagePresets)
+  string(JSON count LENGTH "${presets}" ${kind})
+  math(EXPR index "${count} - 1")
+  while(index GREATER_EQUAL 0)
+    string(JSON name GET "${presets}" ${kind} ${index} name)
+    string(JSON hidden ERROR_VARIABLE not_hidden GET "${presets}" ${kind} ${index} hidden)
+    if(not_hidden AND NOT name STREQUAL KEEP)
+      string(JSON presets REMOVE "${presets}" ${kind} ${index})
+    endif()
+    math(EXPR index "${index} - 1")
+  endwhile()
+endforeach()
+file(WRITE ${PRESETS} "${presets}")
