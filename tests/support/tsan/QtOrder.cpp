@@ -12,6 +12,10 @@
 #include <QtCore/QThread>
 #include <QtCore/QThreadPool>
 
+#include <atomic>
+#include <chrono>
+#include <thread>
+
 #include <dlfcn.h>
 
 // The sanitizer's runtime is in every program that this library is loaded into but the shell's helpers.
@@ -45,8 +49,22 @@ Function *real(const char *name)
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
+// Threads that are within an emission. Qt copies a queued connection's arguments there, so what orders the copies comes
+// when the emission is over; their event may be delivered a little before that.
+std::atomic<int> emissions{0};
+thread_local int ownEmissions = 0;
+
+void awaitEmissionsOfOthers()
+{
+    // A thread may stay in an emission for long, in a slot that it calls itself.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(2);
+    while (emissions.load(std::memory_order_relaxed) > ownEmissions && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::yield();
+}
+
 bool beforeEvent(void **)
 {
+    awaitEmissionsOfOthers();
     acquire();
     return false;
 }
@@ -109,8 +127,13 @@ void QMetaObject::activate(QObject *sender, const QMetaObject *meta, int signal,
 {
     static auto *const next =
         real<void(QObject *, const QMetaObject *, int, void **)>("_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
+    ++ownEmissions;
+    emissions.fetch_add(1, std::memory_order_relaxed);
     release();
     next(sender, meta, signal, arguments);
+    release();
+    emissions.fetch_sub(1, std::memory_order_relaxed);
+    --ownEmissions;
 }
 
 void QCoreApplication::postEvent(QObject *receiver, QEvent *event, int priority)
