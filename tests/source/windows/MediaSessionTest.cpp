@@ -1,9 +1,7 @@
 // The source under the system's own media session.
 
 #include "hostfw/CUnknown.h"
-#include "hostfw/Topology.h"
-#include "tests/source/EventReader.h"
-#include "tests/source/SourceHarness.h"
+#include "tests/source/windows/SessionTest.h"
 
 #include <condition_variable>
 #include <mutex>
@@ -61,71 +59,16 @@ private:
     std::vector<Grabbed> m_samples; // guarded by m_mutex
 };
 
-class MediaSessionTest : public SourceTest
+class MediaSessionTest : public SessionTest
 {
 protected:
-    void SetUp() override
-    {
-        SourceTest::SetUp();
-        ASSERT_EQ(S_OK, MFCreateMediaSession(nullptr, &m_session));
-    }
-    void TearDown() override
-    {
-        if (m_session)
-            close();
-        SourceTest::TearDown();
-    }
-
-    // As an application is told to: the session holds the source until the source is shut down.
-    void close()
-    {
-        EXPECT_EQ(S_OK, m_session->Close());
-        EXPECT_EQ(S_OK, statusOf(MESessionClosed));
-        if (m_source) {
-            EXPECT_EQ(S_OK, m_source->Shutdown());
-        }
-        EXPECT_EQ(S_OK, m_session->Shutdown());
-        m_source.Release();
-        m_session.Release();
-    }
-
-    // The status of the session's next event of that kind. Those of a change of state are written down.
-    HRESULT statusOf(MediaEventType wanted)
-    {
-        while (const auto event = nextEvent(m_session)) {
-            MediaEventType type = MEUnknown;
-            HRESULT status = E_PENDING;
-            event->GetType(&type);
-            event->GetStatus(&status);
-            if (isChangeOfState(type))
-                m_changes.push_back(type);
-            if (type == wanted)
-                return status;
-        }
-        ADD_FAILURE() << "no event of type " << wanted;
-        return E_PENDING;
-    }
-    static bool isChangeOfState(MediaEventType type)
-    {
-        return type == MESessionTopologySet || type == MESessionStarted || type == MESessionPaused ||
-               type == MESessionStopped || type == MESessionClosed;
-    }
-
     // One branch from the source's stream of that kind to the grabber.
-    void addBranch(IMFTopology *topology, IMFMediaSource *source, IMFPresentationDescriptor *descriptor,
-                   const GUID &majorType, Grabber *grabber)
+    void addBranch(IMFTopology *topology, IMFPresentationDescriptor *descriptor, const GUID &majorType,
+                   Grabber *grabber)
     {
-        DWORD index = 0;
-        const auto from = createMediaSourceNode(source, descriptor, majorType, &index);
-        ASSERT_TRUE(from);
-        ASSERT_EQ(S_OK, descriptor->SelectStream(index));
-        CComPtr<IMFStreamDescriptor> stream;
-        CComPtr<IMFMediaTypeHandler> handler;
+        CComPtr<IMFTopologyNode> from;
         CComPtr<IMFMediaType> type;
-        BOOL selected = FALSE;
-        ASSERT_EQ(S_OK, descriptor->GetStreamDescriptorByIndex(index, &selected, &stream));
-        ASSERT_EQ(S_OK, stream->GetMediaTypeHandler(&handler));
-        ASSERT_EQ(S_OK, handler->GetCurrentMediaType(&type));
+        ASSERT_NO_FATAL_FAILURE(addSourceNode(topology, descriptor, majorType, from, type));
         CComPtr<IMFActivate> activate;
         ASSERT_EQ(S_OK, MFCreateSampleGrabberSinkActivate(type, grabber, &activate));
         activate->SetUINT32(MF_SAMPLEGRABBERSINK_IGNORE_CLOCK, TRUE);
@@ -133,7 +76,6 @@ protected:
         ASSERT_EQ(S_OK, MFCreateTopologyNode(MF_TOPOLOGY_OUTPUT_NODE, &to));
         ASSERT_EQ(S_OK, to->SetObject(activate));
         to->SetUINT32(MF_TOPONODE_STREAMID, 0);
-        ASSERT_EQ(S_OK, topology->AddNode(from));
         ASSERT_EQ(S_OK, topology->AddNode(to));
         ASSERT_EQ(S_OK, from->ConnectOutput(0, to, 0));
     }
@@ -141,42 +83,16 @@ protected:
     void play(const SourceParameters &params, Grabber *video, Grabber *audio)
     {
         m_source = makeSource(params);
-        NDISourceMF *const source = m_source;
         CComPtr<IMFTopology> topology;
         ASSERT_EQ(S_OK, MFCreateTopology(&topology));
-        const auto descriptor = getCleanPresentationDescriptor(source);
+        const auto descriptor = getCleanPresentationDescriptor(m_source.p);
         if (video)
-            addBranch(topology, source, descriptor, MFMediaType_Video, video);
+            addBranch(topology, descriptor, MFMediaType_Video, video);
         if (audio)
-            addBranch(topology, source, descriptor, MFMediaType_Audio, audio);
-        ASSERT_EQ(S_OK, m_session->SetTopology(0, topology));
-        ASSERT_EQ(S_OK, statusOf(MESessionTopologySet));
-        start();
+            addBranch(topology, descriptor, MFMediaType_Audio, audio);
+        ASSERT_NO_FATAL_FAILURE(setTopology(topology));
+        ASSERT_NO_FATAL_FAILURE(start());
     }
-
-    void start()
-    {
-        PROPVARIANT position;
-        PropVariantInit(&position);
-        ASSERT_EQ(S_OK, m_session->Start(&GUID_NULL, &position));
-        ASSERT_EQ(S_OK, statusOf(MESessionStarted));
-    }
-
-    void stop()
-    {
-        ASSERT_EQ(S_OK, m_session->Stop());
-        ASSERT_EQ(S_OK, statusOf(MESessionStopped));
-    }
-
-    void pause()
-    {
-        ASSERT_EQ(S_OK, m_session->Pause());
-        ASSERT_EQ(S_OK, statusOf(MESessionPaused));
-    }
-
-    CComPtr<IMFMediaSession> m_session;
-    CComPtr<NDISourceMF> m_source;
-    std::vector<MediaEventType> m_changes;
 };
 
 } // namespace
@@ -222,7 +138,7 @@ TEST_F(MediaSessionTest, TellsItsChangesInTheirOrder)
     const CComPtr<Grabber> audio(new Grabber);
     ASSERT_NO_FATAL_FAILURE(play(parameters(false, true), nullptr, audio));
     ASSERT_NO_FATAL_FAILURE(pause());
-    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_NO_FATAL_FAILURE(carryOn());
     ASSERT_NO_FATAL_FAILURE(stop());
     ASSERT_NO_FATAL_FAILURE(start());
     close();
@@ -239,7 +155,7 @@ TEST_F(MediaSessionTest, CarriesOnBehindAPauseWithTheSameReceiver)
     ndi.pushAudio(audioFrame(48000, 2, 1920, second), tone(2, 1920));
     ASSERT_EQ(1u, audio->wait(1).size());
     ASSERT_NO_FATAL_FAILURE(pause());
-    ASSERT_NO_FATAL_FAILURE(start());
+    ASSERT_NO_FATAL_FAILURE(carryOn());
     ndi.pushAudio(audioFrame(48000, 2, 1920, 2 * second), tone(2, 1920));
     EXPECT_EQ(2u, audio->wait(2).size());
     EXPECT_EQ(1, ndi.calls().receiversMade);
