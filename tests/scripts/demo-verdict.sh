@@ -108,6 +108,9 @@ for member in '"videoFrames": 598' '"sentVideoFrames": 611' '"sentAudioFrames": 
     '"roundTripMetadataSeen": true'; do
     expect "demo.json has $member" grep -q "^    $member,\?$" "$scratch/out/demo.json"
 done
+sed -i '/"latencyMs"/,/}/c\    "latencyMs": null,' "$bin/ndi-recv"
+run "$tree/demo" --seconds 1 --out "$scratch/out"
+expect "a latency that nobody measured is none" grep -q '^    "roundTripLatencyMsMedian": null,$' "$scratch/out/demo.json"
 receiver 590 0
 run "$tree/demo" --seconds 1 --out "$scratch/out"
 expect "a demo whose sound does not come back fails" code_is 1
