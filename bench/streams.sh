@@ -8,7 +8,8 @@ Usage: bench/streams.sh [--size WxH] [--rate R] [--seconds S] [BUILD_FOLDER [N..
 
 For each number of streams N (1 2 3 ... 16): that many ndi-send, one tavrin-host with bench/streams.qml that receives
 each and sends it on, and that many ndi-recv, on the local NDI runtime, for S seconds (10) from when all have arrived.
-Stops at the first number at which frames are lost or come too slowly, and tells so.
+Stops at the first number at which frames are lost or come too slowly, tells so, and says whether the host's cost grew
+no faster than the number of streams. Ends with 1 when it did, and when not even the first number was carried.
 
   --size WxH   size of the pictures; without it there are two tables, for 1920x1080 and for 640x360
   --rate R     pictures a second, a whole number (60)
@@ -114,9 +115,9 @@ received() {
                 END { print lost, gaps, fps, latency }'
 }
 
-# measure SIZE COUNT: prints a line of the table; fails when the machine does not carry that many.
-measure() {
-    local size=$1 count=$2 name="Streams $$" index host receivers
+# start_streams SIZE COUNT: leaves the process ids in $host and ${receivers[@]}.
+start_streams() {
+    local size=$1 count=$2 name="Streams $$" index
     for ((index = 1; index <= count; ++index)); do
         start "sender-$index.log" ndi-send --quiet --name "$name $index" --size "$size" --rate "$rate" \
             --duration $limit_seconds
@@ -129,6 +130,12 @@ measure() {
             --json "$scratch/receiver-$index.json"
         receivers+=($!)
     done
+}
+
+# measure SIZE COUNT: prints a line of the table; fails when the machine does not carry that many.
+measure() {
+    local count=$2 host receivers
+    start_streams "$@"
     if ! wait_for_arrival "$count"; then
         printf '%7d  not all streams arrive within %d seconds\n' "$count" $arrival_seconds
         cat "$scratch/host.log" >&2
@@ -137,11 +144,16 @@ measure() {
     fi
     local began ended host_began host_ended machine_began machine_ended
     began=$(microseconds)
-    host_began=$(process_ticks $host)
+    host_began=$(process_ticks "$host")
     machine_began=$(machine_ticks)
     sleep "$seconds"
     ended=$(microseconds)
-    host_ended=$(process_ticks $host)
+    if ! host_ended=$(process_ticks "$host"); then
+        printf '%7d  the host has ended by itself\n' "$count"
+        cat "$scratch/host.log" >&2
+        end_all
+        return 1
+    fi
     machine_ended=$(machine_ticks)
     # Before their senders end, which would look like a loss of pace.
     kill -INT "${receivers[@]}"
@@ -150,10 +162,10 @@ measure() {
     print_line "$count" $((ended - began)) $((host_ended - host_began)) "$machine_began $machine_ended" "$(received "$count")"
 }
 
-# print_line COUNT MICROSECONDS HOST_TICKS "BUSY ALL BUSY ALL" "LOST GAPS FPS LATENCY"
+# print_line COUNT MICROSECONDS HOST_TICKS "BUSY ALL BUSY ALL" "LOST GAPS FPS LATENCY": notes what was carried.
 print_line() {
     awk -v count="$1" -v time="$2" -v ticks="$3" -v hertz="$(getconf CLK_TCK)" -v machine="$4" -v figures="$5" \
-        -v rate="$rate" '
+        -v rate="$rate" -v carried="$scratch/carried" '
         BEGIN {
             share = 100 * ticks / hertz / (time / 1e6)
             split(machine, busy)
@@ -161,15 +173,27 @@ print_line() {
             all = busy[4] - busy[2]
             printf "%7d  %8.1f  %12.1f  %9.1f  %6d  %5d  %8.2f  %12.2f\n", count, share, share / count,
                    (all ? 100 * (busy[3] - busy[1]) / all : 0), figure[1], figure[2], figure[3], figure[4]
-            exit (figure[2] > 0 || figure[3] < 0.98 * rate)
+            if (figure[2] > 0 || figure[3] < 0.98 * rate)
+                exit 1
+            print count, share / count >>carried
         }'
 }
 
-for size in "${sizes[@]}"; do
+# table SIZE: a line for each number of streams up to the first that is not carried, and what they come to.
+table() {
+    local size=$1 count
+    : >"$scratch/carried"
     printf '%s at %s, %s seconds, %s processors\n' "$size" "$rate" "$seconds" "$(nproc)"
     printf '%7s  %8s  %12s  %9s  %6s  %5s  %8s  %12s\n' streams 'host %' 'per stream %' 'machine %' lost gaps \
         'least fps' 'latency ms'
     for count in "${counts[@]}"; do
         measure "$size" "$count" || { printf 'not carried: %s\n' "$count" && break; }
     done
+    awk -f "$root/bench/linearity.awk" "$scratch/carried"
+}
+
+status=0
+for size in "${sizes[@]}"; do
+    table "$size" || status=1
 done
+exit $status
