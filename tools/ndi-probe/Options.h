@@ -2,11 +2,12 @@
 
 // What the command line asks for, checked.
 
+#include "ndi/tools/common/CommandLine.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
 #include <chrono>
-#include <optional>
 
 namespace ndiprobe
 {
@@ -17,10 +18,7 @@ struct Options {
     bool json = false;
 };
 
-struct ParsedOptions {
-    Options options;
-    std::optional<QString> text; // --help or --version: print this and end
-};
+using ParsedOptions = nditools::ParsedOptions<Options>;
 
 // Arguments with the program's name first. Throws a Failure that says what is wrong with them.
 ParsedOptions parseOptions(const QStringList &arguments);

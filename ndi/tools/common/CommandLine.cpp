@@ -2,6 +2,8 @@
 
 #include "ndi/tools/common/Failure.h"
 
+#include <cmath>
+
 namespace nditools
 {
 
@@ -9,6 +11,7 @@ namespace
 {
 
 constexpr double LongestRun = 10 * 365.25 * 86400; // seconds
+constexpr double LongestPatience = 86400;          // seconds
 constexpr qlonglong MostFrames = 1LL << 40;
 
 } // namespace
@@ -23,7 +26,7 @@ void refuseValue(const QString &option, const QString &value, const QString &wan
     refuse(option, QStringLiteral("'%1' is not %2").arg(value, wanted));
 }
 
-CommandLine::CommandLine(const Usage &usage, const QStringList &arguments)
+CommandLine::CommandLine(const Usage &usage, const QStringList &arguments) : m_program(usage.program)
 {
     m_parser.setApplicationDescription(QLatin1String(usage.description));
     for (const OptionRow &row : usage.options)
@@ -40,6 +43,15 @@ CommandLine::CommandLine(const Usage &usage, const QStringList &arguments)
         throw Failure(
             ExitCode::Usage,
             QStringLiteral("'%1' is not an option; see --help").arg(m_parser.positionalArguments().constFirst()));
+}
+
+std::optional<QString> CommandLine::answer() const
+{
+    if (has("help"))
+        return m_parser.helpText();
+    if (has("version"))
+        return QStringLiteral("%1 %2\n").arg(QLatin1String(m_program), QLatin1String(TAVRIN_VERSION));
+    return std::nullopt;
 }
 
 int CommandLine::integer(const char *option, int least, int most) const
@@ -63,11 +75,30 @@ std::int64_t CommandLine::frames(const char *option) const
 
 double CommandLine::seconds(const char *option) const
 {
+    return seconds(option, LongestRun);
+}
+
+double CommandLine::seconds(const char *option, double most) const
+{
     bool ok = false;
     const double seconds = value(option).toDouble(&ok);
-    if (!ok || !(seconds > 0) || seconds > LongestRun)
-        refuseValue(QLatin1String(option), value(option), QStringLiteral("a number of seconds"));
+    if (!ok || !(seconds > 0) || seconds > most)
+        refuseValue(QLatin1String(option), value(option),
+                    QStringLiteral("a number of seconds above 0 and up to %1").arg(most, 0, 'f', 0));
     return seconds;
+}
+
+std::chrono::milliseconds CommandLine::patience(const char *option) const
+{
+    return std::chrono::milliseconds(std::llround(std::ceil(seconds(option, LongestPatience) * 1000)));
+}
+
+QString CommandLine::senderName() const
+{
+    const QStringList names = m_parser.positionalArguments();
+    if (names.size() != 1 || names.constFirst().isEmpty())
+        throw Failure(ExitCode::Usage, QStringLiteral("one sender's name is wanted; see --help"));
+    return names.constFirst();
 }
 
 void CommandLine::refuseTogether(const char *option, const char *other, const char *why) const

@@ -1,10 +1,5 @@
 #include "ndi/tools/ndi-recv/Options.h"
 
-#include "ndi/tools/common/CommandLine.h"
-#include "ndi/tools/ndi-recv/Failure.h"
-
-#include <cmath>
-
 namespace ndirecv
 {
 
@@ -39,7 +34,8 @@ const char Description[] =
 
 Usage usage()
 {
-    return {Description,
+    return {"ndi-recv",
+            Description,
             {{"wait", "How long to wait for the sender, and then for its first frame. Default: 10.", "seconds"},
              {"seconds|duration", "End so many seconds after the first frame.", "number"},
              {"frames", "End after so many pictures.", "number"},
@@ -84,21 +80,13 @@ NDIlib_tally_t parseTally(const QString &value)
     return tally;
 }
 
-QString parseName(const CommandLine &line)
-{
-    const QStringList names = line.arguments();
-    if (names.size() != 1 || names.constFirst().isEmpty())
-        throw Failure(ExitCode::Usage, QStringLiteral("one sender's name is wanted; see --help"));
-    return names.constFirst();
-}
-
 Options optionsOf(const CommandLine &line)
 {
     line.refuseEmpty({"record-video", "record-raw", "record-audio", "snapshot", "metadata", "json"});
     Options options;
-    options.name = parseName(line);
+    options.name = line.senderName();
     if (line.has("wait"))
-        options.wait = std::chrono::milliseconds(std::llround(std::ceil(line.seconds("wait") * 1000)));
+        options.wait = line.patience("wait");
     if (line.has("frames"))
         options.frames = line.frames("frames");
     if (line.has("seconds"))
@@ -123,12 +111,7 @@ Options optionsOf(const CommandLine &line)
 
 ParsedOptions parseOptions(const QStringList &arguments)
 {
-    const CommandLine line(usage(), arguments);
-    if (line.has("help"))
-        return {{}, line.helpText()};
-    if (line.has("version"))
-        return {{}, QStringLiteral("ndi-recv " TAVRIN_VERSION "\n")};
-    return {optionsOf(line), std::nullopt};
+    return nditools::parse(usage(), arguments, optionsOf);
 }
 
 } // namespace ndirecv

@@ -2,6 +2,8 @@
 
 // What the command line asks for, checked: whoever reads an Options need not check it again.
 
+#include "ndi/tools/common/CommandLine.h"
+
 #include <QtCore/QString>
 #include <QtCore/QStringList>
 
@@ -36,10 +38,7 @@ struct Options {
     bool quiet = false;
 };
 
-struct ParsedOptions {
-    Options options;
-    std::optional<QString> text; // --help or --version: print this and end
-};
+using ParsedOptions = nditools::ParsedOptions<Options>;
 
 // Arguments with the program's name first. Throws a Failure that names the option and what is wrong with it.
 ParsedOptions parseOptions(const QStringList &arguments);

@@ -1,6 +1,5 @@
 #include "ndi/tools/ndi-send/Options.h"
 
-#include "ndi/tools/common/CommandLine.h"
 #include "ndi/tools/ndi-send/Failure.h"
 
 #include <QtCore/QFile>
@@ -97,7 +96,8 @@ std::string parseText(const QString &option, const QString &value)
 
 Usage usage()
 {
-    return {Description,
+    return {"ndi-send",
+            Description,
             {
                 {"name", "Name of the sender. Default: ndi-send.", "name"},
                 {"video", "Publish a y4m file (8 bit, 4:2:0, 4:2:2 or 4:4:4), or - for standard input.", "file"},
@@ -148,6 +148,7 @@ void checkCombinations(const CommandLine &line)
 
 Options optionsOf(const CommandLine &line)
 {
+    checkCombinations(line);
     Options options;
     if (line.has("name"))
         options.name = line.value("name");
@@ -187,13 +188,7 @@ Options optionsOf(const CommandLine &line)
 
 ParsedOptions parseOptions(const QStringList &arguments)
 {
-    const CommandLine line(usage(), arguments);
-    if (line.has("help"))
-        return {{}, line.helpText()};
-    if (line.has("version"))
-        return {{}, QStringLiteral("ndi-send " TAVRIN_VERSION "\n")};
-    checkCombinations(line);
-    return {optionsOf(line), std::nullopt};
+    return nditools::parse(usage(), arguments, optionsOf);
 }
 
 } // namespace ndisend
