@@ -49,7 +49,7 @@ VideoNews VideoMeter::add(const NDIlib_video_frame_v2_t &frame, std::int64_t arr
     news.lost = step.lost;
     news.isRestart = step.isRestart;
     if (code)
-        noteCode(*code, frame, arrival);
+        noteCode(*code, *picture, {frame.timecode, arrival});
     else
         m_lastFlash.reset();
     ++m_figures.frames;
@@ -123,7 +123,8 @@ Step VideoMeter::noteStep(const std::optional<pattern::PatternCode> &code, const
     return step;
 }
 
-void VideoMeter::noteCode(const pattern::PatternCode &code, const NDIlib_video_frame_v2_t &frame, std::int64_t arrival)
+void VideoMeter::noteCode(const pattern::PatternCode &code, const pattern::ConstPicture &picture,
+                          const pattern::SyncMark &begin)
 {
     ++m_figures.coded;
     if (!m_figures.firstFrame)
@@ -131,12 +132,12 @@ void VideoMeter::noteCode(const pattern::PatternCode &code, const NDIlib_video_f
     m_figures.lastFrame = code.frame;
 
     const auto sent = static_cast<std::int64_t>(code.sendTimeHns);
-    if (sent <= arrival && sent >= arrival - LargestLatency)
-        m_figures.latency.add(static_cast<double>(arrival - sent) / HnsPerMs);
+    if (sent <= begin.arrival && sent >= begin.arrival - LargestLatency)
+        m_figures.latency.add(static_cast<double>(begin.arrival - sent) / HnsPerMs);
 
-    const bool flash = pattern::isFlashShown(*pictureOf(frame));
+    const bool flash = pattern::isFlashShown(picture);
     if (flash && m_lastFlash == false)
-        m_sync.addFlash({frame.timecode, arrival});
+        m_sync.addFlash(begin);
     m_lastFlash = flash;
 }
 

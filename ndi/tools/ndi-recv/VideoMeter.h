@@ -73,7 +73,8 @@ private:
     bool noteFormat(const NDIlib_video_frame_v2_t &frame);
     void noteArrival(std::int64_t arrival);
     Step noteStep(const std::optional<pattern::PatternCode> &code, const NDIlib_video_frame_v2_t &frame);
-    void noteCode(const pattern::PatternCode &code, const NDIlib_video_frame_v2_t &frame, std::int64_t arrival);
+    void noteCode(const pattern::PatternCode &code, const pattern::ConstPicture &picture,
+                  const pattern::SyncMark &begin);
 
     pattern::SyncMeter &m_sync;
     VideoFigures m_figures;
