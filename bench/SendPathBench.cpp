@@ -6,6 +6,7 @@
 #include "bench/EndlessRuntime.h"
 #include "bench/MediaPlatform.h"
 #include "bench/PictureSizes.h"
+#include "bench/SinkSamples.h"
 #include "sink/NDISinkMF.h"
 
 #include <mfapi.h>
@@ -20,60 +21,12 @@
 namespace
 {
 
+using bench::Format;
 using bench::require;
 
 constexpr std::size_t PoolSamples = 5;
 constexpr std::uint64_t WarmUpSamples = 50;
 constexpr std::int64_t FrameDuration = 166667; // 100 ns units
-constexpr UINT32 SampleRate = 48000;
-constexpr UINT32 Channels = 2;
-constexpr UINT32 SoundFrames = 1602;
-
-struct Format {
-    const GUID &subtype;
-    int pixelBytes;
-};
-
-CComPtr<IMFMediaType> pictureType(const Format &format, UINT32 width, UINT32 height)
-{
-    CComPtr<IMFMediaType> type;
-    require(MFCreateMediaType(&type), "MFCreateMediaType");
-    type->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video);
-    type->SetGUID(MF_MT_SUBTYPE, format.subtype);
-    MFSetAttributeSize(type, MF_MT_FRAME_SIZE, width, height);
-    MFSetAttributeRatio(type, MF_MT_FRAME_RATE, 60, 1);
-    MFSetAttributeRatio(type, MF_MT_PIXEL_ASPECT_RATIO, 1, 1);
-    type->SetUINT32(MF_MT_INTERLACE_MODE, MFVideoInterlace_Progressive);
-    return type;
-}
-
-CComPtr<IMFMediaType> soundType()
-{
-    CComPtr<IMFMediaType> type;
-    require(MFCreateMediaType(&type), "MFCreateMediaType");
-    type->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Audio);
-    type->SetGUID(MF_MT_SUBTYPE, MFAudioFormat_Float);
-    type->SetUINT32(MF_MT_AUDIO_SAMPLES_PER_SECOND, SampleRate);
-    type->SetUINT32(MF_MT_AUDIO_NUM_CHANNELS, Channels);
-    type->SetUINT32(MF_MT_AUDIO_BITS_PER_SAMPLE, 32);
-    type->SetUINT32(MF_MT_AUDIO_BLOCK_ALIGNMENT, 4 * Channels);
-    return type;
-}
-
-CComPtr<IMFSample> sampleOf(const std::vector<std::uint8_t> &bytes)
-{
-    CComPtr<IMFSample> sample;
-    CComPtr<IMFMediaBuffer> buffer;
-    BYTE *data = nullptr;
-    require(MFCreateMemoryBuffer(static_cast<DWORD>(bytes.size()), &buffer), "MFCreateMemoryBuffer");
-    require(buffer->Lock(&data, nullptr, nullptr), "Lock");
-    std::memcpy(data, bytes.data(), bytes.size());
-    buffer->Unlock();
-    buffer->SetCurrentLength(static_cast<DWORD>(bytes.size()));
-    require(MFCreateSample(&sample), "MFCreateSample");
-    sample->AddBuffer(buffer);
-    return sample;
-}
 
 // A started sink with one stream sink, given one sample after the other as it asks for them.
 class Sending
@@ -96,7 +49,7 @@ public:
         adopted.get_future().wait();
         require(m_sink->OnClockStart(0, 0), "OnClockStart");
         for (std::size_t index = 0; index < PoolSamples; ++index)
-            m_samples.push_back(sampleOf(contents));
+            m_samples.push_back(bench::sampleOf(contents));
     }
     ~Sending() { m_sink->Shutdown(); }
 
@@ -146,7 +99,7 @@ void sendPictures(benchmark::State &state, const Format &format)
     const auto width = static_cast<UINT32>(state.range(0));
     const auto height = static_cast<UINT32>(state.range(1));
     const auto bytes = static_cast<std::size_t>(format.pixelBytes) * width * height;
-    Sending sending(true, pictureType(format, width, height), bench::noise(bytes));
+    Sending sending(true, bench::pictureType(format, width, height), bench::noise(bytes));
     send(state, sending);
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
 }
@@ -188,7 +141,7 @@ void sendPathBgra(benchmark::State &state)
 void sendPathSound(benchmark::State &state)
 {
     const bench::MediaPlatform platform;
-    Sending sending(false, soundType(), bench::noise(std::size_t{4} * Channels * SoundFrames));
+    Sending sending(false, bench::soundType(), bench::noise(bench::SoundBytes));
     send(state, sending);
 }
 
@@ -197,7 +150,8 @@ void processSample(benchmark::State &state)
 {
     using Clock = std::chrono::steady_clock;
     const bench::MediaPlatform platform;
-    Sending sending(true, pictureType({MFVideoFormat_UYVY, 2}, 1920, 1080), bench::noise(std::size_t{2} * 1920 * 1080));
+    Sending sending(true, bench::pictureType({MFVideoFormat_UYVY, 2}, 1920, 1080),
+                    bench::noise(std::size_t{2} * 1920 * 1080));
     std::uint64_t sent = bench::sentFrames();
     std::vector<double> microseconds;
     microseconds.reserve(1000000);
