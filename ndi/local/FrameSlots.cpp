@@ -47,18 +47,24 @@ std::uint32_t FrameSlots::Hold::generation() const
 
 std::uint8_t *FrameSlots::Hold::data() const
 {
-    return m_slots->m_slots[m_index].memory->data();
+    return m_slots->m_slots[m_index].memory->mapping->data();
+}
+
+FrameSlots::Memory::Memory(std::filesystem::path path, std::uint64_t size)
+    : file(std::move(path)), mapping(FrameMemory::create(file, size))
+{
+}
+
+FrameSlots::Memory::~Memory()
+{
+    mapping.reset();
+    std::error_code ignored;
+    std::filesystem::remove(file, ignored);
 }
 
 FrameSlots::FrameSlots(const Registry &registry, std::string stem, SlotKind kind, Limits limits)
     : m_registry(registry), m_stem(std::move(stem)), m_kind(kind), m_limits(limits), m_slots(limits.slots)
 {
-}
-
-FrameSlots::~FrameSlots()
-{
-    for (auto &slot : m_slots)
-        empty(slot);
 }
 
 FrameSlots::Hold FrameSlots::acquire(std::uint64_t size)
@@ -67,7 +73,7 @@ FrameSlots::Hold FrameSlots::acquire(std::uint64_t size)
     Slot *slot = freeSlot(size);
     if (slot == nullptr)
         return {};
-    if ((slot->memory == nullptr || slot->memory->size() < size) && !allocate(*slot, size))
+    if (slot->size() < size && !allocate(*slot, size))
         return {};
     slot->holds = 1;
     return {*this, static_cast<std::uint32_t>(slot - m_slots.data())};
@@ -82,10 +88,20 @@ bool FrameSlots::areHeldUp(std::uint64_t size)
         if (slot.holds == 0)
             continue;
         ++held;
-        bytes += slot.memory->size();
+        bytes += slot.size();
     }
     const auto rounded = roundedUp(size);
     return rounded <= m_limits.bytes && (held == m_slots.size() || bytes + rounded > m_limits.bytes);
+}
+
+void FrameSlots::freeIdle(Clock::time_point since)
+{
+    // Given back with the lock released: the system takes its time.
+    std::vector<std::unique_ptr<Memory>> idle;
+    const std::lock_guard lock(m_lock);
+    for (auto &slot : m_slots)
+        if (slot.holds == 0 && slot.memory != nullptr && slot.freeSince <= since)
+            idle.push_back(takeMemory(slot));
 }
 
 // The first free slot that is large enough, else the first without memory, else any free one. Low numbers first: the
@@ -99,7 +115,7 @@ FrameSlots::Slot *FrameSlots::freeSlot(std::uint64_t size)
             continue;
         if (slot.memory == nullptr)
             unused = unused != nullptr ? unused : &slot;
-        else if (slot.memory->size() >= size)
+        else if (slot.size() >= size)
             return &slot;
         else
             small = small != nullptr ? small : &slot;
@@ -109,34 +125,30 @@ FrameSlots::Slot *FrameSlots::freeSlot(std::uint64_t size)
 
 bool FrameSlots::allocate(Slot &slot, std::uint64_t size)
 {
-    empty(slot);
+    takeMemory(slot);
     const auto rounded = roundedUp(size);
     if (rounded > m_limits.bytes)
         return false;
     // Free slots of a size that is no longer wanted make room.
     for (auto &other : m_slots)
         if (m_bytes + rounded > m_limits.bytes && other.holds == 0)
-            empty(other);
+            takeMemory(other);
     if (m_bytes + rounded > m_limits.bytes)
         return false;
     ++slot.generation;
-    slot.file =
-        m_registry.frameFile(m_stem, m_kind, static_cast<std::uint32_t>(&slot - m_slots.data()), slot.generation);
-    slot.memory = FrameMemory::create(slot.file, rounded);
-    if (slot.memory == nullptr)
+    const auto index = static_cast<std::uint32_t>(&slot - m_slots.data());
+    auto memory = std::make_unique<Memory>(m_registry.frameFile(m_stem, m_kind, index, slot.generation), rounded);
+    if (memory->mapping == nullptr)
         return false;
-    m_bytes += slot.memory->size();
+    slot.memory = std::move(memory);
+    m_bytes += slot.size();
     return true;
 }
 
-void FrameSlots::empty(Slot &slot)
+std::unique_ptr<FrameSlots::Memory> FrameSlots::takeMemory(Slot &slot)
 {
-    if (slot.memory == nullptr)
-        return;
-    m_bytes -= slot.memory->size();
-    slot.memory.reset();
-    std::error_code ignored;
-    std::filesystem::remove(slot.file, ignored);
+    m_bytes -= slot.size();
+    return std::move(slot.memory);
 }
 
 void FrameSlots::hold(std::uint32_t index)
@@ -148,7 +160,9 @@ void FrameSlots::hold(std::uint32_t index)
 void FrameSlots::release(std::uint32_t index)
 {
     const std::lock_guard lock(m_lock);
-    --m_slots[index].holds;
+    auto &slot = m_slots[index];
+    if (--slot.holds == 0)
+        slot.freeSince = Clock::now();
 }
 
 } // namespace localndi

@@ -3,7 +3,9 @@
 #include "ndi/local/FrameMemory.h"
 #include "ndi/local/Registry.h"
 
+#include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -40,13 +42,15 @@ public:
         std::uint32_t m_index = 0;
     };
 
+    using Clock = std::chrono::steady_clock;
+
     struct Limits {
         std::size_t slots;
         std::uint64_t bytes; // of all slots
     };
 
     FrameSlots(const Registry &registry, std::string stem, SlotKind kind, Limits limits);
-    ~FrameSlots();
+    ~FrameSlots() = default;
     FrameSlots(const FrameSlots &) = delete;
     FrameSlots &operator=(const FrameSlots &) = delete;
 
@@ -54,18 +58,31 @@ public:
     Hold acquire(std::uint64_t size);
     // Whether there would be a slot of that size if nobody held one.
     bool areHeldUp(std::uint64_t size);
+    // Frees the memory of slots that nobody has held since then. Receivers that still map it keep it until they let go.
+    void freeIdle(Clock::time_point since);
 
 private:
+    // Its file goes with it.
+    struct Memory {
+        Memory(std::filesystem::path path, std::uint64_t size);
+        ~Memory();
+        Memory(const Memory &) = delete;
+        Memory &operator=(const Memory &) = delete;
+
+        const std::filesystem::path file;
+        std::shared_ptr<FrameMemory> mapping; // null when there is no room for it
+    };
     struct Slot {
-        std::shared_ptr<FrameMemory> memory;
-        std::filesystem::path file;
+        std::unique_ptr<Memory> memory;
         std::uint32_t generation = 0;
         std::uint32_t holds = 0;
+        Clock::time_point freeSince; // once it was held
+        std::uint64_t size() const { return memory != nullptr ? memory->mapping->size() : 0; }
     };
 
     Slot *freeSlot(std::uint64_t size);
     bool allocate(Slot &slot, std::uint64_t size);
-    void empty(Slot &slot);
+    std::unique_ptr<Memory> takeMemory(Slot &slot);
     void hold(std::uint32_t index);
     void release(std::uint32_t index);
 

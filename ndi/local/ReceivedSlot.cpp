@@ -1,5 +1,7 @@
 #include "ndi/local/ReceivedSlot.h"
 
+#include <iterator>
+
 namespace localndi
 {
 namespace
@@ -48,7 +50,14 @@ std::shared_ptr<FrameMemory> SlotMappings::find(const SlotPlace &place)
         mapping.memory = FrameMemory::open(m_registry.frameFile(m_stem, place.kind, place.index, place.generation));
         mapping.generation = place.generation;
     }
+    mapping.used = Clock::now();
     return mapping.memory != nullptr && fits(*mapping.memory, place) ? mapping.memory : nullptr;
+}
+
+void SlotMappings::dropIdle(Clock::time_point since)
+{
+    for (auto mapping = m_mappings.begin(); mapping != m_mappings.end();)
+        mapping = mapping->second.used <= since ? m_mappings.erase(mapping) : std::next(mapping);
 }
 
 } // namespace localndi

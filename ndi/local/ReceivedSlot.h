@@ -5,6 +5,7 @@
 #include "ndi/local/Registry.h"
 
 #include <atomic>
+#include <chrono>
 #include <functional>
 #include <map>
 #include <memory>
@@ -39,19 +40,24 @@ private:
     std::atomic<bool> m_lent{false};
 };
 
-// The mappings of one sender's slots, each made once and kept while the sender keeps the slot's file.
+// The mappings of one sender's slots, each made once and kept while it is in use.
 //
 // Threads: one at a time.
 class SlotMappings
 {
 public:
+    using Clock = std::chrono::steady_clock;
+
     SlotMappings(const Registry &registry, std::string stem) : m_registry(registry), m_stem(std::move(stem)) {}
 
     // The memory an announcement speaks of; null when it is gone or smaller than announced.
     std::shared_ptr<FrameMemory> find(const SlotPlace &place);
+    // Lets go of the mappings that no announcement has spoken of since then; who holds a slot keeps its mapping.
+    void dropIdle(Clock::time_point since);
 
 private:
     struct Mapping {
+        Clock::time_point used;
         std::uint32_t generation = 0;
         std::shared_ptr<FrameMemory> memory;
     };

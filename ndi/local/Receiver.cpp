@@ -13,13 +13,19 @@ namespace
 {
 
 constexpr std::chrono::milliseconds lookPeriod{50};
+constexpr std::chrono::milliseconds idlePeriod{500};
+constexpr std::chrono::seconds mappingIdleTime{3}; // before the sender gives the slot back: see Sender
 
 } // namespace
 
 Receiver::Receiver(Settings settings)
-    : m_settings(std::move(settings)), m_captured(m_settings.colorFormat), m_timer(m_io.context())
+    : m_settings(std::move(settings)), m_captured(m_settings.colorFormat), m_timer(m_io.context()),
+      m_idleTimer(m_io.context())
 {
-    boost::asio::post(m_io.context(), [this] { look(); });
+    boost::asio::post(m_io.context(), [this] {
+        look();
+        dropIdleLater();
+    });
 }
 
 Receiver::~Receiver()
@@ -84,6 +90,18 @@ void Receiver::look()
     SenderLink::Listener &listener = *this;
     m_link = std::make_unique<SenderLink>(m_io.context(), listener, std::move(records[m_failures % records.size()]),
                                           Role::Receiver, m_settings.kinds);
+}
+
+void Receiver::dropIdleLater()
+{
+    m_idleTimer.expires_after(idlePeriod);
+    m_idleTimer.async_wait([this](const boost::system::error_code &error) {
+        if (error)
+            return;
+        dropIdleLater();
+        if (m_mappings != nullptr)
+            m_mappings->dropIdle(SlotMappings::Clock::now() - mappingIdleTime);
+    });
 }
 
 bool Receiver::isWanted(const SenderRecord &record) const

@@ -54,6 +54,7 @@ private:
 
     void lookLater();
     void look();
+    void dropIdleLater();
     bool isWanted(const SenderRecord &record) const;
     void videoArrived(const VideoAnnouncement &announcement);
     void audioArrived(const AudioAnnouncement &announcement);
@@ -73,6 +74,7 @@ private:
 
     // The IO thread's.
     boost::asio::steady_timer m_timer;
+    boost::asio::steady_timer m_idleTimer;
     std::unique_ptr<SenderLink> m_link;
     std::size_t m_failures = 0;               // to connect: of several senders of the name, each has its turn
     std::unique_ptr<SlotMappings> m_mappings; // of the link's sender

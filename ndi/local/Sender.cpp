@@ -19,6 +19,10 @@ constexpr FrameSlots::Limits videoLimits{64, 2ULL << 30};
 constexpr FrameSlots::Limits audioLimits{256, 512 << 20};
 constexpr std::size_t maximumConnections = 512;
 constexpr std::chrono::milliseconds acceptPause{100};
+constexpr std::chrono::milliseconds idlePeriod{500};
+// Receivers have let go by then. Where a mapped file cannot be removed, one that is still mapped stays until the
+// sender's record is gone.
+constexpr std::chrono::seconds slotIdleTime{5};
 constexpr std::chrono::milliseconds farewellTime{2000}; // for receivers to take what was sent last
 
 bool isField(const NDIlib_video_frame_v2_t &frame)
@@ -48,9 +52,12 @@ Sender::Sender(const Settings &settings)
       m_clockAudio(settings.clockAudio),
       m_videoSlots(m_registration.registry(), m_registration.record().fileStem(), SlotKind::Video, videoLimits),
       m_audioSlots(m_registration.registry(), m_registration.record().fileStem(), SlotKind::Audio, audioLimits),
-      m_acceptTimer(m_io.context())
+      m_acceptTimer(m_io.context()), m_idleTimer(m_io.context())
 {
-    m_io.invoke([this] { accept(); });
+    m_io.invoke([this] {
+        accept();
+        freeIdleLater();
+    });
 }
 
 Sender::~Sender()
@@ -203,6 +210,20 @@ void Sender::acceptLater()
     m_acceptTimer.async_wait([this](const boost::system::error_code &error) {
         if (!error && m_registration.acceptor().is_open())
             accept();
+    });
+}
+
+// What a stall has made the sender take, it does not keep.
+void Sender::freeIdleLater()
+{
+    m_idleTimer.expires_after(idlePeriod);
+    m_idleTimer.async_wait([this](const boost::system::error_code &error) {
+        if (error)
+            return;
+        freeIdleLater();
+        const auto since = FrameSlots::Clock::now() - slotIdleTime;
+        m_videoSlots.freeIdle(since);
+        m_audioSlots.freeIdle(since);
     });
 }
 

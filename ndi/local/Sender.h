@@ -59,6 +59,7 @@ private:
 
     void accept();
     void acceptLater();
+    void freeIdleLater();
     void add(boost::asio::ip::tcp::socket socket);
     FrameSlots::Hold acquire(FrameSlots &slots, MessageType type, std::uint64_t size);
     bool makeRoom(MessageType type);
@@ -90,6 +91,7 @@ private:
 
     // The IO thread's.
     boost::asio::steady_timer m_acceptTimer;
+    boost::asio::steady_timer m_idleTimer;
     std::vector<std::unique_ptr<SenderConnection>> m_connections;
 };
 

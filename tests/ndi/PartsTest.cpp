@@ -4,6 +4,7 @@
 #include "ndi/local/IoThread.h"
 #include "ndi/local/Pacer.h"
 #include "ndi/local/PixelLayout.h"
+#include "ndi/local/ReceivedSlot.h"
 #include "tests/ndi/TakenPort.h"
 
 #include <boost/asio/post.hpp>
@@ -11,6 +12,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -96,17 +99,23 @@ class FrameSlotsTest : public testing::Test
 protected:
     FrameSlotsTest()
     {
-        m_record.name = "HOST (slots)";
-        m_record.port = m_port.number();
-        m_record.identity = makeSecret();
         const Registry::Lock lock(m_registry, std::chrono::seconds(5));
         EXPECT_TRUE(m_registry.publish(lock, m_record));
     }
     ~FrameSlotsTest() override { m_registry.dropStale(m_record); }
 
+    static SenderRecord recordOn(std::uint16_t port)
+    {
+        SenderRecord record;
+        record.name = "HOST (slots)";
+        record.port = port;
+        record.identity = makeSecret();
+        return record;
+    }
+
     const Registry m_registry;
     const ndi_test::TakenPort m_port;
-    SenderRecord m_record;
+    const SenderRecord m_record = recordOn(m_port.number());
     FrameSlots m_slots{m_registry, m_record.fileStem(), SlotKind::Video, {3, 1 << 20}};
 };
 
@@ -172,4 +181,47 @@ TEST_F(FrameSlotsTest, GiveFreeMemoryUpForALargerFrame)
         const auto b = m_slots.acquire(400'000);
     }
     EXPECT_TRUE(m_slots.acquire(900'000));
+}
+
+TEST_F(FrameSlotsTest, GiveMemoryBackThatNobodyHasHeldForAWhile)
+{
+    const auto file = [this](std::uint32_t index) {
+        return m_registry.frameFile(m_record.fileStem(), SlotKind::Video, index, 1);
+    };
+    const auto held = m_slots.acquire(1000);
+    m_slots.acquire(1000);
+    const auto afterwards = FrameSlots::Clock::now();
+    m_slots.freeIdle(afterwards - std::chrono::hours(1)); // held since then
+    EXPECT_TRUE(std::filesystem::exists(file(1)));
+    m_slots.freeIdle(afterwards);
+    EXPECT_TRUE(std::filesystem::exists(file(0)));
+    EXPECT_FALSE(std::filesystem::exists(file(1)));
+    EXPECT_EQ(m_slots.acquire(1000).generation(), 2U);
+}
+
+TEST_F(FrameSlotsTest, GiveBackWhatCountsAgainstTheirLimit)
+{
+    m_slots.acquire(1 << 20);
+    m_slots.freeIdle(FrameSlots::Clock::now());
+    const auto a = m_slots.acquire(1 << 19);
+    const auto b = m_slots.acquire(1 << 19);
+    EXPECT_TRUE(a && b);
+}
+
+TEST_F(FrameSlotsTest, AreMappedByAReceiverWhileItUsesThem)
+{
+    SlotMappings mappings(m_registry, m_record.fileStem());
+    const auto hold = m_slots.acquire(1000);
+    hold.data()[0] = 7;
+    const SlotPlace place{SlotKind::Video, hold.index(), hold.generation(), 0, 1000};
+    auto memory = mappings.find(place);
+    ASSERT_TRUE(memory);
+    const std::weak_ptr<FrameMemory> mapping = memory;
+    mappings.dropIdle(SlotMappings::Clock::now() - std::chrono::hours(1)); // used since then
+    EXPECT_EQ(mappings.find(place), memory);
+    mappings.dropIdle(SlotMappings::Clock::now());
+    EXPECT_EQ(memory->data()[0], 7);
+    memory.reset();
+    EXPECT_TRUE(mapping.expired());
+    EXPECT_TRUE(mappings.find(place));
 }
