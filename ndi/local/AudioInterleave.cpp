@@ -1,18 +1,21 @@
 #include "ndi/include/Processing.NDI.Interface.h"
 
 #include <cstddef>
-#include <type_traits>
+#include <cstring>
 
 namespace
 {
 
-// Channel `channel` of planar audio. The stride may be anything the caller chose, 0 included.
-template <typename Sample, typename Frame>
-Sample *channelOf(const Frame &planar, int channel)
+// The bytes of channel `channel` of planar audio. The stride may be anything the caller chose: 0, or what leaves
+// samples where no float may lie.
+unsigned char *channelOf(const NDIlib_audio_frame_v2_t &planar, int channel)
 {
-    using Byte = std::conditional_t<std::is_const_v<Sample>, const unsigned char, unsigned char>;
-    auto *bytes = reinterpret_cast<Byte *>(planar.p_data);
-    return reinterpret_cast<Sample *>(bytes + std::ptrdiff_t{channel} * planar.channel_stride_in_bytes);
+    return reinterpret_cast<unsigned char *>(planar.p_data) + std::ptrdiff_t{channel} * planar.channel_stride_in_bytes;
+}
+
+unsigned char *sampleOf(unsigned char *channel, int index)
+{
+    return channel + std::ptrdiff_t{index} * static_cast<std::ptrdiff_t>(sizeof(float));
 }
 
 template <typename From, typename To>
@@ -35,11 +38,12 @@ void NDIlib_util_audio_to_interleaved_32f_v2(const NDIlib_audio_frame_v2_t *sour
     if (source->p_data == nullptr || destination->p_data == nullptr)
         return;
     const int channels = source->no_channels;
+    const int samples = source->no_samples;
     for (int channel = 0; channel < channels; ++channel) {
-        const auto *from = channelOf<const float>(*source, channel);
+        unsigned char *const from = channelOf(*source, channel);
         float *to = destination->p_data + channel;
-        for (int i = 0; i < source->no_samples; ++i, to += channels)
-            *to = from[i];
+        for (int i = 0; i < samples; ++i, to += channels)
+            std::memcpy(to, sampleOf(from, i), sizeof(float));
     }
 }
 
@@ -52,10 +56,11 @@ void NDIlib_util_audio_from_interleaved_32f_v2(const NDIlib_audio_frame_interlea
     if (source->p_data == nullptr || destination->p_data == nullptr)
         return;
     const int channels = source->no_channels;
+    const int samples = source->no_samples;
     for (int channel = 0; channel < channels; ++channel) {
         const float *from = source->p_data + channel;
-        auto *to = channelOf<float>(*destination, channel);
-        for (int i = 0; i < source->no_samples; ++i, from += channels)
-            to[i] = *from;
+        unsigned char *const to = channelOf(*destination, channel);
+        for (int i = 0; i < samples; ++i, from += channels)
+            std::memcpy(sampleOf(to, i), from, sizeof(float));
     }
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <vector>
 
 TEST(AudioInterleave, ToInterleavedHonoursTheStrideAndDescribesTheResult)
@@ -58,6 +59,31 @@ TEST(AudioInterleave, FromInterleavedWithoutAStridePutsEveryChannelOnTheSamePlac
     destination.p_data = planar.data();
     NDIlib_util_audio_from_interleaved_32f_v2(&source, &destination);
     EXPECT_EQ(planar, (std::vector<float>{11, 12}));
+}
+
+TEST(AudioInterleave, AStrideMayLeaveSamplesWhereNoFloatMayLie)
+{
+    constexpr int stride = 9; // bytes, for two samples
+    const float second[] = {11, 12};
+    float planar[5] = {1, 2};
+    std::memcpy(reinterpret_cast<char *>(planar) + stride, second, sizeof(second));
+    std::vector<float> interleaved(4);
+    NDIlib_audio_frame_v2_t source;
+    source.no_channels = 2;
+    source.no_samples = 2;
+    source.p_data = planar;
+    source.channel_stride_in_bytes = stride;
+    NDIlib_audio_frame_interleaved_32f_t between;
+    between.p_data = interleaved.data();
+    NDIlib_util_audio_to_interleaved_32f_v2(&source, &between);
+    EXPECT_EQ(interleaved, (std::vector<float>{1, 11, 2, 12}));
+
+    float back[5] = {};
+    NDIlib_audio_frame_v2_t destination;
+    destination.p_data = back;
+    destination.channel_stride_in_bytes = stride;
+    NDIlib_util_audio_from_interleaved_32f_v2(&between, &destination);
+    EXPECT_EQ(std::memcmp(planar, back, stride + sizeof(second)), 0);
 }
 
 TEST(AudioInterleave, NullPointersAndNegativeCountsAreHarmless)
