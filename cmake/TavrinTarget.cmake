@@ -7,6 +7,8 @@ function(tavrin_target name)
   else()
     target_compile_options(${name} PRIVATE
       -Wall -Wextra -Wpedantic -Wshadow -Woverloaded-virtual
+      # qCDebug(category) << ... is written as Qt means it to be, with no argument for the macro's dots.
+      $<$<CXX_COMPILER_ID:Clang>:-Wno-gnu-zero-variadic-macro-arguments>
       $<$<BOOL:${TAVRIN_WERROR}>:-Werror>)
     if(TAVRIN_SANITIZE)
       target_compile_options(${name} PRIVATE -fsanitize=${TAVRIN_SANITIZE} -fno-omit-frame-pointer
