@@ -1,5 +1,6 @@
 #include "tests/support/ScriptedNdi.h"
 
+#include <cstring>
 #include <memory>
 
 struct NDIlib_find_instance_type {
@@ -401,9 +402,9 @@ void NDIlib_util_audio_to_interleaved_32f_v2(const NDIlib_audio_frame_v2_t *sour
     destination->timecode = source->timecode;
     const auto *const bytes = reinterpret_cast<const uint8_t *>(source->p_data);
     for (int channel = 0; channel < source->no_channels; ++channel) {
-        const auto *const samples =
-            reinterpret_cast<const float *>(bytes + static_cast<ptrdiff_t>(channel) * source->channel_stride_in_bytes);
-        for (int sample = 0; sample < source->no_samples; ++sample)
-            destination->p_data[static_cast<ptrdiff_t>(sample) * source->no_channels + channel] = samples[sample];
+        const auto *const samples = bytes + static_cast<ptrdiff_t>(channel) * source->channel_stride_in_bytes;
+        for (ptrdiff_t sample = 0; sample < source->no_samples; ++sample) // a stride may be any number of bytes
+            std::memcpy(destination->p_data + sample * source->no_channels + channel, samples + sample * sizeof(float),
+                        sizeof(float));
     }
 }
