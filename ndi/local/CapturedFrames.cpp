@@ -83,7 +83,8 @@ NDIlib_video_frame_v2_t CapturedFrames::addVideo(const QueuedFrame &frame)
         std::swap(held.buffer, buffer);
         giveBack(std::move(buffer));
     }
-    frame.slot->lend();
+    if (held.buffer.empty()) // else the application has a picture of its own
+        frame.slot->lend();
     hold(picture.planes[0].data, std::move(held));
     return describe(frame, picture);
 }
