@@ -38,6 +38,8 @@ void WavWriter::write(const float *data, int frames, int sampleRate, int channel
 bool WavWriter::begin(int sampleRate, int channels)
 {
     finish();
+    if (!m_error.isEmpty())
+        return false;
     m_file.setFileName(numberedPath(m_path, ++m_files));
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         m_error = m_file.errorString();
@@ -57,6 +59,8 @@ void WavWriter::finish()
     // A pipe keeps the lengths it was begun with.
     if (!m_file.isSequential() && m_file.seek(0))
         writeHeader();
+    if (!m_file.flush() && m_error.isEmpty())
+        m_error = m_file.errorString();
     m_file.close();
 }
 

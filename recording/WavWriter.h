@@ -17,13 +17,15 @@ public:
     explicit WavWriter(const QString &path);
     ~WavWriter();
 
+    // What went wrong first; empty while all is well.
     QString error() const { return m_error; }
     // `frames`: samples per channel.
     void write(const float *data, int frames, int sampleRate, int channels);
+    // Writes what is not in the file yet, and closes it.
+    void finish();
 
 private:
     bool begin(int sampleRate, int channels);
-    void finish();
     void writeHeader();
 
     const QString m_path;

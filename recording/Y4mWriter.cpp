@@ -60,9 +60,18 @@ void Y4mWriter::write(const pattern::ConstPicture &picture, const Y4mFormat &for
         m_error = m_file.errorString();
 }
 
+void Y4mWriter::finish()
+{
+    if (m_file.isOpen() && !m_file.flush() && m_error.isEmpty())
+        m_error = m_file.errorString();
+    m_file.close();
+}
+
 bool Y4mWriter::begin(const pattern::ConstPicture &picture, const Y4mFormat &format)
 {
-    m_file.close();
+    finish();
+    if (!m_error.isEmpty())
+        return false;
     m_file.setFileName(numberedPath(m_path, ++m_files));
     if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
         m_error = m_file.errorString();

@@ -32,6 +32,8 @@ public:
     // What went wrong first; empty while all is well. A writer that failed writes nothing more.
     QString error() const { return m_error; }
     void write(const pattern::ConstPicture &picture, const Y4mFormat &format);
+    // Writes what is not in the file yet, and closes it.
+    void finish();
 
 private:
     bool begin(const pattern::ConstPicture &picture, const Y4mFormat &format);

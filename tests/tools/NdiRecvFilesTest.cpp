@@ -4,6 +4,7 @@
 #include "ndi/tools/ndi-recv/Recordings.h"
 #include "ndi/tools/ndi-recv/Summary.h"
 
+#include <QtCore/QFile>
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
@@ -129,6 +130,8 @@ struct Disk {
 };
 Disk *g_disk = nullptr;
 
+constexpr int LostInTheEnd = 1000;
+
 class SlowWriter
 {
 public:
@@ -142,6 +145,11 @@ public:
         g_disk->written.push_back(record);
         if (record < 0)
             m_error = QStringLiteral("full");
+    }
+    void finish()
+    {
+        if (!g_disk->written.empty() && g_disk->written.back() == LostInTheEnd)
+            m_error = QStringLiteral("lost");
     }
 
 private:
@@ -187,6 +195,40 @@ TEST_F(NdiRecvBackgroundRecording, TellsTheWritersError)
     recording.write(-1, 1);
     recording.finish();
     EXPECT_EQ(recording.error(), QStringLiteral("full"));
+}
+
+TEST_F(NdiRecvBackgroundRecording, TellsWhatGoesWrongWhenTheFileIsClosed)
+{
+    m_disk.start.set_value();
+    BackgroundRecording<SlowWriter, int> recording(QStringLiteral("x"), 30);
+    recording.write(LostInTheEnd, 1);
+    recording.finish();
+    EXPECT_EQ(recording.error(), QStringLiteral("lost"));
+}
+
+// Less than what is gathered before it goes to the disk.
+TEST(NdiRecvWriters, TellThatTheDiskWasFullInTheEnd)
+{
+    const QString full = QStringLiteral("/dev/full");
+    if (!QFile::exists(full))
+        GTEST_SKIP() << "there is no such device";
+    SoundWriter sound(full);
+    sound.write({48000, 1, std::vector<float>(10)});
+    sound.finish();
+    EXPECT_NE(sound.error(), QString());
+
+    const auto picture = std::make_shared<StoredPicture>();
+    picture->width = 2;
+    picture->height = 2;
+    picture->bytes.resize(8);
+    RawWriter raw(full);
+    raw.write(picture);
+    raw.finish();
+    EXPECT_NE(raw.error(), QString());
+    VideoWriter video(full);
+    video.write(picture);
+    video.finish();
+    EXPECT_NE(video.error(), QString());
 }
 
 class NdiRecvRecordings : public testing::Test

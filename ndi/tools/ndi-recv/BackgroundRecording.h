@@ -15,7 +15,7 @@
 namespace ndirecv
 {
 
-// `Writer` is made of a path and has write(const Record &) and error(), empty while all is well.
+// `Writer` is made of a path and has write(const Record &), finish() and error(), empty while all is well.
 template <class Writer, class Record>
 class BackgroundRecording
 {
@@ -83,11 +83,17 @@ private:
         Writer writer(m_path);
         while (const std::optional<Waiting> next = take()) {
             writer.write(next->record);
-            const QString error = writer.error();
-            const std::lock_guard<std::mutex> guard(m_lock);
-            m_waitingBytes -= next->bytes;
-            m_error = error;
+            written(next->bytes, writer.error());
         }
+        writer.finish();
+        written(0, writer.error());
+    }
+
+    void written(std::size_t bytes, const QString &error)
+    {
+        const std::lock_guard<std::mutex> guard(m_lock);
+        m_waitingBytes -= bytes;
+        m_error = error;
     }
 
     std::optional<Waiting> take()

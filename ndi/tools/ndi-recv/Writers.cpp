@@ -44,7 +44,9 @@ void RawWriter::write(const SharedPicture &picture)
     if (!m_error.isEmpty())
         return;
     if (!m_last || !isSameFormat(*m_last, *picture)) {
-        m_file.close();
+        finish();
+        if (!m_error.isEmpty())
+            return;
         m_file.setFileName(recording::numberedPath(m_path, ++m_files));
         if (!m_file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
             m_error = m_file.errorString();
@@ -55,6 +57,13 @@ void RawWriter::write(const SharedPicture &picture)
     const auto size = static_cast<qint64>(picture->bytes.size());
     if (m_file.write(reinterpret_cast<const char *>(picture->bytes.data()), size) != size)
         m_error = m_file.errorString();
+}
+
+void RawWriter::finish()
+{
+    if (m_file.isOpen() && !m_file.flush() && m_error.isEmpty())
+        m_error = m_file.errorString();
+    m_file.close();
 }
 
 Sound Sound::of(const NDIlib_audio_frame_v2_t &frame)

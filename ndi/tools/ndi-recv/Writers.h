@@ -1,6 +1,7 @@
 #pragma once
 
-// What is written to files, and how. A writer is used by one thread.
+// What is written to files, and how. A writer is used by one thread; finish() is its last call, and error() then says
+// whether all is in the file.
 
 #include "ndi/tools/ndi-recv/StoredPicture.h"
 #include "recording/WavWriter.h"
@@ -22,6 +23,7 @@ public:
 
     QString error() const { return m_error.isEmpty() ? m_writer.error() : m_error; }
     void write(const SharedPicture &picture);
+    void finish() { m_writer.finish(); }
 
 private:
     recording::Y4mWriter m_writer;
@@ -37,6 +39,7 @@ public:
 
     QString error() const { return m_error; }
     void write(const SharedPicture &picture);
+    void finish();
 
 private:
     const QString m_path;
@@ -62,6 +65,7 @@ public:
 
     QString error() const { return m_writer.error(); }
     void write(const Sound &sound);
+    void finish() { m_writer.finish(); }
 
 private:
     recording::WavWriter m_writer;
@@ -75,6 +79,7 @@ public:
 
     QString error() const { return m_error; }
     void write(const QByteArray &line);
+    void finish() { m_file.close(); }
 
 private:
     QFile m_file;
