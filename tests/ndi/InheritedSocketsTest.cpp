@@ -1,9 +1,11 @@
 #include "tests/ndi/RuntimeFixture.h"
 
 #include <filesystem>
+#include <fstream>
+#include <string>
+#include <system_error>
 
 #include <fcntl.h>
-#include <sys/stat.h>
 
 using namespace ndi_test;
 
@@ -15,17 +17,27 @@ struct Sockets {
     int inherited = 0; // by a program that this process would start
 };
 
+bool isClosedOnExec(const std::string &descriptor)
+{
+    std::ifstream info("/proc/self/fdinfo/" + descriptor);
+    std::string key;
+    while (info >> key && key != "flags:")
+        continue;
+    int flags = 0;
+    info >> std::oct >> flags;
+    return (flags & O_CLOEXEC) != 0;
+}
+
+// By name, not through the descriptors: those are the runtime's threads' to use.
 Sockets socketsOfThisProcess()
 {
     Sockets sockets;
-    for (const auto &entry : std::filesystem::directory_iterator("/dev/fd")) {
-        const int descriptor = std::stoi(entry.path().filename().string());
-        struct stat status {
-        };
-        if (fstat(descriptor, &status) != 0 || !S_ISSOCK(status.st_mode))
+    for (const auto &entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        if (std::filesystem::read_symlink(entry, gone).string().rfind("socket:", 0) != 0)
             continue;
         ++sockets.all;
-        sockets.inherited += (fcntl(descriptor, F_GETFD) & FD_CLOEXEC) == 0 ? 1 : 0;
+        sockets.inherited += isClosedOnExec(entry.path().filename().string()) ? 0 : 1;
     }
     return sockets;
 }
