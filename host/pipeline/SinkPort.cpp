@@ -58,8 +58,15 @@ HRESULT SinkPort::adoptFrom(const StreamFeed &source, IMFMediaType *type)
 
 HRESULT SinkPort::deliver(const StreamFeed &source, IMFSample *sample)
 {
-    const std::lock_guard<std::mutex> delivery(m_delivery);
-    return feed().get() == &source ? m_sink->ProcessSample(sample) : S_FALSE;
+    {
+        const std::lock_guard<std::mutex> delivery(m_delivery);
+        if (feed().get() == &source)
+            return m_sink->ProcessSample(sample);
+        ++m_wanted; // the sink waits on
+    }
+    if (const std::shared_ptr<StreamFeed> other = feed())
+        other->ask();
+    return S_FALSE;
 }
 
 void SinkPort::placeMarker(const StreamFeed &source, MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value)

@@ -47,7 +47,7 @@ public:
     unsigned wanted() const { return m_wanted; }
     // Takes one request off the count, for a sample that is about to be delivered; false when the sink waits for none.
     bool takeRequest();
-    // S_FALSE when the sink has another feed by now.
+    // For a request that was taken. S_FALSE when the sink has another feed by now, which is asked for a sample instead.
     HRESULT deliver(const StreamFeed &feed, IMFSample *sample);
     void placeMarker(const StreamFeed &feed, MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value);
 
