@@ -170,6 +170,8 @@ void NDISource::asyncCreationFinished()
     if (m_watcher.isCanceled())
         return;
     const AsyncSourceCreationResult result = m_watcher.result();
+    // First: whoever hears of the status may begin a creation anew.
+    m_watcher.setFuture(QFuture<AsyncSourceCreationResult>());
     if (result.status == HRESULT_FROM_WIN32(ERROR_CANCELLED)) {
         qCInfo(sourceCategory, "NDI source creation was cancelled, because it was no longer needed");
     } else if (FAILED(result.status)) {
@@ -178,7 +180,6 @@ void NDISource::asyncCreationFinished()
     } else {
         adopt(result);
     }
-    m_watcher.setFuture(QFuture<AsyncSourceCreationResult>());
 }
 
 void NDISource::adopt(const AsyncSourceCreationResult &result)

@@ -10,6 +10,7 @@
 #include <future>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -123,6 +124,21 @@ TEST_F(SourceCreationTest, AnUnexpectedExceptionLeavesTheNodeCreatingWithNothing
     EXPECT_TRUE(log.lines().empty());
     EXPECT_EQ(1, ndi.calls().findersMade);
     EXPECT_EQ(1, ndi.calls().findersDestroyed);
+}
+
+TEST_F(SourceCreationTest, ACreationThatBeginsWhenTheStatusIsHeardIsHeardToo)
+{
+    connectOutputs();
+    node.setInput(camera);
+    bool again = true;
+    QObject::connect(&node, &MediaNode::statusChanged, [&] {
+        if (node.status() == MediaNode::Created && std::exchange(again, false))
+            node.createMediaObjects();
+    });
+    node.createMediaObjects();
+    EXPECT_TRUE(spinUntil([&] { return !again && node.status() == MediaNode::Created; }));
+    EXPECT_EQ(2, ndi.calls().receiversMade);
+    EXPECT_EQ(4u, node.takeMfNodes().size());
 }
 
 TEST_F(SourceCreationTest, ASearchIsCancelledByAnotherInputWhoseResultAloneArrives)
