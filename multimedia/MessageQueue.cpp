@@ -1,14 +1,13 @@
 #include "hostfw/MessageQueue.h"
 
-#include "hostfw/CUnknown.h"
 #include "hostfw/ComException.h"
 #include "hostfw/ComPtr.h"
+#include "multimedia/AsyncCallback.h"
 #include "multimedia/Log.h"
 #include "multimedia/RingBuffer.h"
 #include "multimedia/WorkContext.h"
 
 #include <mfapi.h>
-#include <mfobjects.h>
 
 #include <mutex>
 #include <thread>
@@ -43,7 +42,7 @@ void run(const Item &item)
 }
 
 // Gives a work queue back on another thread than the queue's own: the system may wait for what the queue runs.
-class QueueReturn : public IMFAsyncCallback, public CUnknown
+class QueueReturn : public AsyncCallback
 {
 public:
     static void start(DWORD workQueue)
@@ -53,18 +52,10 @@ public:
         MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_MULTITHREADED, giveBack, nullptr);
     }
 
-    DECLARE_IUNKNOWN
-    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void **out) override
-    {
-        if (IsEqualIID(iid, __uuidof(IMFAsyncCallback)))
-            return GetInterface(static_cast<IMFAsyncCallback *>(this), out);
-        return CUnknown::NonDelegatingQueryInterface(iid, out);
-    }
-    HRESULT STDMETHODCALLTYPE GetParameters(DWORD *, DWORD *) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *) override { return MFUnlockWorkQueue(m_workQueue); }
 
 private:
-    explicit QueueReturn(DWORD workQueue) : CUnknown(L"QueueReturn", nullptr), m_workQueue(workQueue) {}
+    explicit QueueReturn(DWORD workQueue) : AsyncCallback(L"QueueReturn", nullptr), m_workQueue(workQueue) {}
 
     const DWORD m_workQueue;
 };
@@ -108,19 +99,11 @@ public:
     }
 
 private:
-    class Step : public IMFAsyncCallback, public CUnknown
+    class Step : public AsyncCallback
     {
     public:
-        explicit Step(Impl &queue) : CUnknown(L"MFMessageQueue", nullptr), m_queue(&queue) {}
+        explicit Step(Impl &queue) : AsyncCallback(L"MFMessageQueue", nullptr), m_queue(&queue) {}
 
-        DECLARE_IUNKNOWN
-        HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void **out) override
-        {
-            if (IsEqualIID(iid, __uuidof(IMFAsyncCallback)))
-                return GetInterface(static_cast<IMFAsyncCallback *>(this), out);
-            return CUnknown::NonDelegatingQueryInterface(iid, out);
-        }
-        HRESULT STDMETHODCALLTYPE GetParameters(DWORD *, DWORD *) override { return E_NOTIMPL; }
         HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *) override
         {
             m_queue->step();

@@ -5,21 +5,9 @@
 namespace tvx
 {
 
-SampleRecycler::SampleRecycler(DWORD limit) : CUnknown(L"SampleRecycler", nullptr), m_limit(limit)
+SampleRecycler::SampleRecycler(DWORD limit) : AsyncCallback(L"SampleRecycler", nullptr), m_limit(limit)
 {
     m_idle.reserve(limit);
-}
-
-HRESULT SampleRecycler::NonDelegatingQueryInterface(REFIID iid, void **out)
-{
-    if (IsEqualIID(iid, __uuidof(IMFAsyncCallback)))
-        return GetInterface(static_cast<IMFAsyncCallback *>(this), out);
-    return CUnknown::NonDelegatingQueryInterface(iid, out);
-}
-
-HRESULT SampleRecycler::GetParameters(DWORD *, DWORD *)
-{
-    return E_NOTIMPL;
 }
 
 HRESULT SampleRecycler::Invoke(IMFAsyncResult *result)

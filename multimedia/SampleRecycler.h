@@ -1,12 +1,10 @@
 #pragma once
 
-#include "hostfw/CUnknown.h"
 #include "hostfw/ComPtr.h"
+#include "multimedia/AsyncCallback.h"
 
 #include <mfidl.h>
-#include <mfobjects.h>
 
-#include <atomic>
 #include <mutex>
 #include <vector>
 
@@ -15,15 +13,13 @@ namespace tvx
 
 // Where tracked samples come back to when their last reference goes, on whatever thread that happens. Shared by a pool
 // and by its samples in use: it outlives the pool, and the pool's forgetting it.
-class SampleRecycler : public IMFAsyncCallback, public CUnknown
+class SampleRecycler : public AsyncCallback
 {
 public:
     // Keeps at most `limit` idle samples.
     explicit SampleRecycler(DWORD limit);
 
-    DECLARE_IUNKNOWN
-    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void **out) override;
-    HRESULT STDMETHODCALLTYPE GetParameters(DWORD *flags, DWORD *queue) override;
+    // A sample has come back.
     HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *result) override;
 
     // An idle sample with everything on it cleared but its buffers, or null.
