@@ -210,10 +210,10 @@ LONGLONG NDISinkStream::sampleTime(IMFSample *sample)
 
 void NDISinkStream::postSample(IMFSample *sample)
 {
-    // The job's references are counted by hand: a function that owns two CComPtr does not fit into std::function's own
-    // storage, and this one is pushed for sample after sample.
-    AddRef();
-    sample->AddRef();
+    // The job carries its references as bare pointers: a function that owns two CComPtr does not fit into
+    // std::function's own storage, and this one is pushed for sample after sample.
+    CComPtr<IMFStreamSink> givenStream(this);
+    CComPtr<IMFSample> givenSample(sample);
     const HRESULT hr = m_sink->push([this, sample] {
         CComPtr<IMFStreamSink> stream;
         stream.Attach(this);
@@ -221,10 +221,10 @@ void NDISinkStream::postSample(IMFSample *sample)
         owned.Attach(sample);
         return sendSample(sample);
     });
-    if (FAILED(hr)) {
-        sample->Release();
-        Release();
-    }
+    if (FAILED(hr))
+        return;
+    givenStream.Detach();
+    givenSample.Detach();
 }
 
 void NDISinkStream::reportLatency(IMFSample *sample)

@@ -114,16 +114,16 @@ HRESULT NDISourceMF::captureFrame(NDIlib_frame_type_e wanted)
 
 void NDISourceMF::postCapture(NDIlib_frame_type_e wanted)
 {
-    // The item's reference is counted by hand, unlike those of the others: a function that owns a CComPtr does not fit
+    // The item carries its reference as a bare pointer, unlike the others: a function that owns a CComPtr does not fit
     // into std::function's own storage, and this one is pushed for frame after frame.
-    AddRef();
+    CComPtr<IMFMediaSource> given = self();
     const HRESULT hr = m_messageQueue.push([this, wanted] {
         CComPtr<IMFMediaSource> reference;
         reference.Attach(this);
         return captureFrame(wanted);
     });
-    if (FAILED(hr))
-        Release();
+    if (SUCCEEDED(hr))
+        given.Detach();
 }
 
 HRESULT NDISourceMF::OnStart(IMFAsyncResult *asyncResult)
