@@ -10,7 +10,9 @@ namespace tvx
 {
 
 // Pools of reusable samples. A sample popped from a pool comes back to it when its last reference goes, on whatever
-// thread that happens, with its attributes, time, duration and flags cleared. Thread-safe.
+// thread that happens, with its attributes, time, duration and flags cleared. A buffer that a consumer holds longer
+// than its sample is not used again until it is let go, and one that was taken out of its sample is put back.
+// Thread-safe.
 //
 // The pool keeps at most `count` idle samples; when all are in use it makes another one rather than stop the stream, so
 // a steady stream whose consumer holds up to `count` samples allocates nothing. Samples may outlive their pool; they

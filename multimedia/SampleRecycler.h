@@ -22,9 +22,10 @@ public:
     // A sample has come back.
     HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *result) override;
 
-    // An idle sample with everything on it cleared but its buffers, or null.
+    // An idle sample with everything on it cleared but its buffers, which nobody else holds; or null.
     CComPtr<IMFSample> take();
-    // Makes the sample come back here. A sample that cannot be tracked is left alone.
+    // Makes the sample come back here, with the buffer it has now if that is the only one. A sample that cannot be
+    // tracked is left alone.
     void track(IMFSample *sample);
     // Frees the idle samples, and from now on those that come back.
     void close();
@@ -33,8 +34,9 @@ private:
     void keep(CComPtr<IMFSample> sample);
 
     const DWORD m_limit;
-    std::mutex m_mutex; // guards everything below
-    std::vector<CComPtr<IMFSample>> m_idle;
+    std::mutex m_mutex;                     // guards everything below
+    std::vector<CComPtr<IMFSample>> m_idle; // the one that came back last is the last
+    ULONG m_ownReferences = 0;              // on the buffer of a sample that nobody has used yet; 0: none was seen
     bool m_closed = false;
 };
 

@@ -205,7 +205,7 @@ TEST_F(FixedSamplePool, KeepsNoMoreIdleSamplesThanItsLimit)
 
 TEST_F(FixedSamplePool, HandsOutClearedSamplesWithTheirBuffers)
 {
-    CComPtr<IMFMediaBuffer> buffer;
+    const IMFMediaBuffer *buffer = nullptr;
     {
         const Sample sample = pop();
         buffer = bufferOf(sample);
@@ -215,7 +215,70 @@ TEST_F(FixedSamplePool, HandsOutClearedSamplesWithTheirBuffers)
     const Sample recycled = pop();
     ASSERT_EQ(m_factoryCalls, 1);
     expectCleared(recycled);
-    EXPECT_EQ(bufferOf(recycled).p, buffer.p);
+    EXPECT_EQ(bufferOf(recycled).p, buffer);
+}
+
+TEST_F(FixedSamplePool, LeavesABufferAloneThatItsConsumerStillHolds)
+{
+    CComPtr<IMFMediaBuffer> held = bufferOf(pop());
+    expectSamplesToComeBack();
+    EXPECT_NE(bufferOf(pop()).p, held.p);
+    expectSamplesToComeBack();
+    EXPECT_EQ(m_factoryCalls, 2);
+    held.Release();
+    use(2);
+    EXPECT_EQ(m_factoryCalls, 2);
+}
+
+TEST_F(FixedSamplePool, TakesAnIdleSampleBesideOneWhoseBufferIsHeld)
+{
+    std::vector<Sample> samples = pop(2);
+    const CComPtr<IMFMediaBuffer> held = bufferOf(samples[1]);
+    samples.clear();
+    expectSamplesToComeBack();
+    for (int frame = 0; frame < 10; ++frame) {
+        EXPECT_NE(bufferOf(pop()).p, held.p);
+        expectSamplesToComeBack();
+    }
+    EXPECT_EQ(m_factoryCalls, 2);
+}
+
+TEST_F(FixedSamplePool, DoesNotCountSamplesWhoseBuffersAreHeldForGood)
+{
+    std::vector<CComPtr<IMFMediaBuffer>> held;
+    for (const Sample &sample : pop(limit))
+        held.push_back(bufferOf(sample));
+    expectSamplesToComeBack();
+    for (int frame = 0; frame < 10; ++frame)
+        use();
+    EXPECT_EQ(m_factoryCalls, static_cast<int>(limit) + 1);
+}
+
+TEST_F(FixedSamplePool, PutsABufferBackThatWasTakenOut)
+{
+    pop()->RemoveAllBuffers();
+    expectSamplesToComeBack();
+    const Sample recycled = pop();
+    EXPECT_EQ(m_factoryCalls, 1);
+    DWORD buffers = 0;
+    recycled->GetBufferCount(&buffers);
+    EXPECT_EQ(buffers, 1U);
+}
+
+TEST_F(FixedSamplePool, PutsItsOwnBufferBackWhereAnotherWasPut)
+{
+    const IMFMediaBuffer *own = nullptr;
+    {
+        const Sample sample = pop();
+        own = bufferOf(sample);
+        CComPtr<IMFMediaBuffer> smaller;
+        ASSERT_EQ(MFCreateMemoryBuffer(1, &smaller), S_OK);
+        sample->RemoveAllBuffers();
+        sample->AddBuffer(smaller);
+    }
+    expectSamplesToComeBack();
+    EXPECT_EQ(bufferOf(pop()).p, own);
+    EXPECT_EQ(m_factoryCalls, 1);
 }
 
 TEST_F(FixedSamplePool, AddsNothingToAFreshSample)
@@ -405,21 +468,29 @@ TEST_F(FlexibleSamplePool, GivesOneEmptyBufferOfTheSize)
 
 TEST_F(FlexibleSamplePool, KeepsABufferThatIsLargeEnough)
 {
-    CComPtr<IMFMediaBuffer> buffer;
+    const IMFMediaBuffer *buffer = nullptr;
     {
         const Sample sample = pop(1000);
         buffer = bufferOf(sample);
-        buffer->SetCurrentLength(1000);
+        bufferOf(sample)->SetCurrentLength(1000);
         fill(sample);
     }
     expectSamplesToComeBack();
     const Sample smaller = pop(500);
     DWORD length = 1;
-    buffer->GetCurrentLength(&length);
-    EXPECT_EQ(bufferOf(smaller).p, buffer.p);
+    bufferOf(smaller)->GetCurrentLength(&length);
+    EXPECT_EQ(bufferOf(smaller).p, buffer);
     EXPECT_EQ(length, 0U);
     EXPECT_EQ(m_allocatorCalls, 1);
     expectCleared(smaller);
+}
+
+TEST_F(FlexibleSamplePool, LeavesABufferAloneThatItsConsumerStillHolds)
+{
+    const CComPtr<IMFMediaBuffer> held = bufferOf(pop(10));
+    expectSamplesToComeBack();
+    EXPECT_NE(bufferOf(pop(10)).p, held.p);
+    EXPECT_EQ(m_allocatorCalls, 2);
 }
 
 TEST_F(FlexibleSamplePool, ReplacesABufferThatIsTooSmall)

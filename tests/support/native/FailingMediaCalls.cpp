@@ -16,6 +16,7 @@ namespace
 
 std::atomic<MediaCall> failingCall;
 std::atomic<HRESULT> failureOfCall{S_OK};
+std::atomic<IMFSample *> madeVideoSample{nullptr};
 std::atomic<bool> copiesThrow{false};
 
 HRESULT failureOf(MediaCall call)
@@ -43,6 +44,16 @@ FailingMediaCall::~FailingMediaCall()
     failureOfCall = S_OK;
 }
 
+MadeVideoSample::MadeVideoSample(IMFSample &sample)
+{
+    madeVideoSample = &sample;
+}
+
+MadeVideoSample::~MadeVideoSample()
+{
+    madeVideoSample = nullptr;
+}
+
 ThrowingPictureCopies::ThrowingPictureCopies()
 {
     copiesThrow = true;
@@ -64,6 +75,11 @@ MFCreatePresentationDescriptor(DWORD count, IMFStreamDescriptor **descriptors, I
 extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFCreateVideoSampleFromSurface(IUnknown *surface,
                                                                                                 IMFSample **sample)
 {
+    if (IMFSample *const made = madeVideoSample) {
+        made->AddRef();
+        *sample = made;
+        return S_OK;
+    }
     const HRESULT failure = failureOf(MediaCall::CreateVideoSampleFromSurface);
     static auto *const create = real<decltype(MFCreateVideoSampleFromSurface)>("MFCreateVideoSampleFromSurface");
     return FAILED(failure) ? failure : create(surface, sample);

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <mfobjects.h>
+
 // The functions of Media Foundation that can be made to fail.
 enum class MediaCall {
     CreatePresentationDescriptor,
@@ -18,6 +20,16 @@ public:
     FailingMediaCall(const FailingMediaCall &) = delete;
     FailingMediaCall &operator=(const FailingMediaCall &) = delete;
     ~FailingMediaCall();
+};
+
+// While it exists, that sample is made for every video sample. Likewise.
+class MadeVideoSample
+{
+public:
+    explicit MadeVideoSample(IMFSample &sample);
+    MadeVideoSample(const MadeVideoSample &) = delete;
+    MadeVideoSample &operator=(const MadeVideoSample &) = delete;
+    ~MadeVideoSample();
 };
 
 // While it exists, copying a picture throws std::runtime_error. Likewise.
