@@ -87,6 +87,25 @@ public:
         });
     }
 
+    // A start or a seek, as `event` says, which tells of its outcome.
+    HRESULT begin(CBaseSource &source, IMFAsyncResult *result, MediaEventType event)
+    {
+        const CComPtr<Operation> operation = Operation::of(result);
+        if (!operation)
+            return E_INVALIDARG;
+        const AutoLock lock(source.m_lock);
+        if (shutDown)
+            return MF_E_SHUTDOWN;
+        presentationEnded = false;
+        const HRESULT hr = source.SelectStreams(operation->descriptor, operation->position, event == MESourceSeeked);
+        if (SUCCEEDED(hr))
+            state = State::Started;
+        else
+            wanted = state;
+        const HRESULT queued = source.QueueEvent(event, GUID_NULL, hr, &operation->position);
+        return FAILED(hr) ? hr : queued;
+    }
+
     const DWORD characteristics;
     const tvx::MFMessageQueue operations;
     CComPtr<IMFAttributes> attributes;
@@ -370,38 +389,12 @@ HRESULT CBaseSource::InitPresentationDescriptor(IMFStreamDescriptor **streamDesc
 
 HRESULT CBaseSource::OnStart(IMFAsyncResult *result)
 {
-    const CComPtr<Operation> operation = Operation::of(result);
-    if (!operation)
-        return E_INVALIDARG;
-    const AutoLock lock(m_lock);
-    if (m_impl->shutDown)
-        return MF_E_SHUTDOWN;
-    m_impl->presentationEnded = false;
-    const HRESULT hr = SelectStreams(operation->descriptor, operation->position, false);
-    if (SUCCEEDED(hr))
-        m_impl->state = State::Started;
-    else
-        m_impl->wanted = m_impl->state;
-    const HRESULT queued = QueueEvent(MESourceStarted, GUID_NULL, hr, &operation->position);
-    return FAILED(hr) ? hr : queued;
+    return m_impl->begin(*this, result, MESourceStarted);
 }
 
 HRESULT CBaseSource::OnSeek(IMFAsyncResult *result)
 {
-    const CComPtr<Operation> operation = Operation::of(result);
-    if (!operation)
-        return E_INVALIDARG;
-    const AutoLock lock(m_lock);
-    if (m_impl->shutDown)
-        return MF_E_SHUTDOWN;
-    m_impl->presentationEnded = false;
-    const HRESULT hr = SelectStreams(operation->descriptor, operation->position, true);
-    if (SUCCEEDED(hr))
-        m_impl->state = State::Started;
-    else
-        m_impl->wanted = m_impl->state;
-    const HRESULT queued = QueueEvent(MESourceSeeked, GUID_NULL, hr, &operation->position);
-    return FAILED(hr) ? hr : queued;
+    return m_impl->begin(*this, result, MESourceSeeked);
 }
 
 HRESULT CBaseSource::OnStop(IMFAsyncResult *result)
