@@ -1,7 +1,7 @@
 #pragma once
 
-// Finds the beginnings of the test tone's beeps in one channel: after 20 ms below half of the beep's level, 10 ms of
-// 1 kHz. Levels may be lowered by up to 7 dB on the way. Used by one thread.
+// Finds the beginnings of the test tone's beeps in one channel: 10 ms of 1 kHz that begin at a level of 0.2 or more,
+// after 20 ms of less. Levels may be lowered by up to 7 dB on the way. Used by one thread.
 
 #include <cstdint>
 #include <optional>

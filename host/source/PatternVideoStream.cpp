@@ -50,11 +50,10 @@ CComPtr<IMFMediaType> PatternVideoStream::createType() const
     type->SetUINT32(MF_MT_ALL_SAMPLES_INDEPENDENT, TRUE);
     type->SetUINT32(MF_MT_FIXED_SIZE_SAMPLES, TRUE);
     type->SetUINT32(MF_MT_INTERLACE_MODE, MFVideoInterlace_Progressive);
-    const auto pack = [](int high, int low) {
-        return static_cast<UINT64>(static_cast<UINT32>(high)) << 32 | static_cast<UINT32>(low);
-    };
-    type->SetUINT64(MF_MT_FRAME_SIZE, pack(m_settings.width, m_settings.height));
-    type->SetUINT64(MF_MT_FRAME_RATE, pack(m_settings.rateNumerator, m_settings.rateDenominator));
+    MFSetAttributeSize(type, MF_MT_FRAME_SIZE, static_cast<UINT32>(m_settings.width),
+                       static_cast<UINT32>(m_settings.height));
+    MFSetAttributeRatio(type, MF_MT_FRAME_RATE, static_cast<UINT32>(m_settings.rateNumerator),
+                        static_cast<UINT32>(m_settings.rateDenominator));
     return type;
 }
 
