@@ -32,7 +32,8 @@ void restoreBuffer(IMFSample *sample, IUnknown *lent)
     sample->AddBuffer(buffer);
 }
 
-// How many there are on the sample's only buffer; 0 when it has not one.
+// How many there are on the sample's only buffer, this function's included; 0 when it has not one. Buffers tell their
+// count truly.
 ULONG referencesOnBuffer(IMFSample *sample)
 {
     const CComPtr<IMFMediaBuffer> buffer = onlyBuffer(sample);
