@@ -2,23 +2,16 @@
 
 #include "tests/multimedia/native/PlatformFailures.h"
 
+#include "tests/support/native/RealFunction.h"
+
 #include <mfapi.h>
 
 #include <atomic>
-
-#include <dlfcn.h>
 
 namespace
 {
 
 std::atomic<HRESULT> failureOfQueues{S_OK};
-
-// The platform library's own function of that name and type.
-template <typename Function>
-Function *real(const char *name)
-{
-    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
-}
 
 } // namespace
 
@@ -35,12 +28,13 @@ FailingQueues::~FailingQueues()
 extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFCreateEventQueue(IMFMediaEventQueue **queue)
 {
     const HRESULT failure = failureOfQueues;
-    return FAILED(failure) ? failure : real<decltype(MFCreateEventQueue)>("MFCreateEventQueue")(queue);
+    return FAILED(failure) ? failure : realFunction<decltype(MFCreateEventQueue)>("MFCreateEventQueue")(queue);
 }
 
 extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFAllocateWorkQueueEx(MFASYNC_WORKQUEUE_TYPE type,
                                                                                        DWORD *queue)
 {
     const HRESULT failure = failureOfQueues;
-    return FAILED(failure) ? failure : real<decltype(MFAllocateWorkQueueEx)>("MFAllocateWorkQueueEx")(type, queue);
+    return FAILED(failure) ? failure
+                           : realFunction<decltype(MFAllocateWorkQueueEx)>("MFAllocateWorkQueueEx")(type, queue);
 }

@@ -3,13 +3,12 @@
 #include "tests/source/native/MadeUpSourceNodes.h"
 
 #include "hostfw/Topology.h"
+#include "tests/support/native/RealFunction.h"
 
 #include <mfapi.h>
 
 #include <mutex>
 #include <optional>
-
-#include <dlfcn.h>
 
 namespace
 {
@@ -45,8 +44,8 @@ CComPtr<IMFTopologyNode> createMediaSourceNode(IMFMediaSource *source, IMFPresen
                                                const GUID &majorType, DWORD *streamIndex)
 {
     // The library's own function, by the name that a C++ compiler gives it here.
-    static auto *const real = reinterpret_cast<decltype(&createMediaSourceNode)>(
-        dlsym(RTLD_NEXT, "_Z21createMediaSourceNodeP14IMFMediaSourceP25IMFPresentationDescriptorRK5_GUIDPj"));
+    static auto *const real = realFunction<decltype(createMediaSourceNode)>(
+        "_Z21createMediaSourceNodeP14IMFMediaSourceP25IMFPresentationDescriptorRK5_GUIDPj");
     CComPtr<IMFTopologyNode> node = real(source, descriptor, majorType, streamIndex);
     if (!node && isToldOf(MadeUpSourceNodes::Kind::NodeOfAbsentStream, majorType))
         MFCreateTopologyNode(MF_TOPOLOGY_SOURCESTREAM_NODE, &node);

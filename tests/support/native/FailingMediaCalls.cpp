@@ -2,14 +2,14 @@
 
 #include "tests/support/native/FailingMediaCalls.h"
 
+#include "tests/support/native/RealFunction.h"
+
 #include <evr.h>
 #include <mfapi.h>
 #include <mfidl.h>
 
 #include <atomic>
 #include <stdexcept>
-
-#include <dlfcn.h>
 
 namespace
 {
@@ -22,13 +22,6 @@ std::atomic<bool> copiesThrow{false};
 HRESULT failureOf(MediaCall call)
 {
     return failingCall == call ? failureOfCall.load() : S_OK;
-}
-
-// The platform library's own function of that name and type.
-template <typename Function>
-Function *real(const char *name)
-{
-    return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
 } // namespace
@@ -68,7 +61,8 @@ extern "C" __attribute__((visibility("default"))) HRESULT WINAPI
 MFCreatePresentationDescriptor(DWORD count, IMFStreamDescriptor **descriptors, IMFPresentationDescriptor **descriptor)
 {
     const HRESULT failure = failureOf(MediaCall::CreatePresentationDescriptor);
-    static auto *const create = real<decltype(MFCreatePresentationDescriptor)>("MFCreatePresentationDescriptor");
+    static auto *const create =
+        realFunction<decltype(MFCreatePresentationDescriptor)>("MFCreatePresentationDescriptor");
     return FAILED(failure) ? failure : create(count, descriptors, descriptor);
 }
 
@@ -81,7 +75,8 @@ extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFCreateVideoSa
         return S_OK;
     }
     const HRESULT failure = failureOf(MediaCall::CreateVideoSampleFromSurface);
-    static auto *const create = real<decltype(MFCreateVideoSampleFromSurface)>("MFCreateVideoSampleFromSurface");
+    static auto *const create =
+        realFunction<decltype(MFCreateVideoSampleFromSurface)>("MFCreateVideoSampleFromSurface");
     return FAILED(failure) ? failure : create(surface, sample);
 }
 
@@ -89,14 +84,14 @@ extern "C" __attribute__((visibility("default"))) HRESULT WINAPI
 MFCreateDXGISurfaceBuffer(REFIID iid, IUnknown *surface, UINT subresource, BOOL bottomUp, IMFMediaBuffer **buffer)
 {
     const HRESULT failure = failureOf(MediaCall::CreateDXGISurfaceBuffer);
-    static auto *const create = real<decltype(MFCreateDXGISurfaceBuffer)>("MFCreateDXGISurfaceBuffer");
+    static auto *const create = realFunction<decltype(MFCreateDXGISurfaceBuffer)>("MFCreateDXGISurfaceBuffer");
     return FAILED(failure) ? failure : create(iid, surface, subresource, bottomUp, buffer);
 }
 
 extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFCreateTrackedSample(IMFTrackedSample **sample)
 {
     const HRESULT failure = failureOf(MediaCall::CreateTrackedSample);
-    static auto *const create = real<decltype(MFCreateTrackedSample)>("MFCreateTrackedSample");
+    static auto *const create = realFunction<decltype(MFCreateTrackedSample)>("MFCreateTrackedSample");
     return FAILED(failure) ? failure : create(sample);
 }
 
@@ -106,6 +101,6 @@ extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFCopyImage(BYT
 {
     if (copiesThrow)
         throw std::runtime_error("the picture cannot be copied");
-    static auto *const copy = real<decltype(MFCopyImage)>("MFCopyImage");
+    static auto *const copy = realFunction<decltype(MFCopyImage)>("MFCopyImage");
     return copy(destination, destinationPitch, source, sourcePitch, lineBytes, lines);
 }

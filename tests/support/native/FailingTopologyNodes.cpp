@@ -2,11 +2,11 @@
 
 #include "tests/support/native/FailingTopologyNodes.h"
 
+#include "tests/support/native/RealFunction.h"
+
 #include <mfidl.h>
 
 #include <atomic>
-
-#include <dlfcn.h>
 
 namespace
 {
@@ -33,7 +33,6 @@ extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFCreateTopolog
     const HRESULT failure = failureOfNodes;
     if (FAILED(failure) && nodesLeft-- <= 0)
         return failure;
-    static const auto real =
-        reinterpret_cast<decltype(&MFCreateTopologyNode)>(dlsym(RTLD_NEXT, "MFCreateTopologyNode"));
+    static auto *const real = realFunction<decltype(MFCreateTopologyNode)>("MFCreateTopologyNode");
     return real(type, node);
 }

@@ -2,11 +2,11 @@
 
 #include "tests/support/native/MadeUpMediaTypes.h"
 
+#include "tests/support/native/RealFunction.h"
+
 #include <mfapi.h>
 
 #include <atomic>
-
-#include <dlfcn.h>
 
 namespace
 {
@@ -32,7 +32,7 @@ MadeUpMediaTypes::~MadeUpMediaTypes()
 extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFCreateMediaType(IMFMediaType **type)
 {
     if (!madeUp) {
-        static const auto real = reinterpret_cast<decltype(&MFCreateMediaType)>(dlsym(RTLD_NEXT, "MFCreateMediaType"));
+        static auto *const real = realFunction<decltype(MFCreateMediaType)>("MFCreateMediaType");
         return real(type);
     }
     const HRESULT result = madeUpResult;
