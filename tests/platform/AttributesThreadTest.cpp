@@ -1,26 +1,6 @@
-#include "tests/platform/DataSupport.h"
+#include "tests/platform/AttributesThreadSupport.h"
 
-#include <thread>
-
-namespace
-{
-
-constexpr int rounds = 2000;
-constexpr GUID key = {0x21, 0, 0, {0x78, 0, 0, 0, 0, 0, 0, 1}};
-constexpr GUID otherKey = {0x22, 0, 0, {0x78, 0, 0, 0, 0, 0, 0, 1}};
-
-CComPtr<IMFAttributes> emptyStore()
-{
-    CComPtr<IMFAttributes> store;
-    EXPECT_EQ(MFCreateAttributes(&store, 0), S_OK);
-    return store;
-}
-
-class AttributesOnThreads : public StartedPlatform
-{
-};
-
-} // namespace
+using AttributesOnThreads = StartedPlatform;
 
 TEST_F(AttributesOnThreads, AreReadAndWrittenAtATime)
 {

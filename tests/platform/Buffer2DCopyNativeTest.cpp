@@ -47,15 +47,8 @@ TEST_F(PictureCopyNative, IsNotUnlockedWithoutALock)
 TEST_F(PictureCopyNative, CopiesItsLinesPacked)
 {
     const auto buffer = rgbPicture();
-    {
-        const Lines lines(buffer);
-        for (int line = 0; line < 4; ++line)
-            std::fill_n(lines.line(line), 24, static_cast<BYTE>(line + 1));
-    }
-    Bytes expected;
-    for (const BYTE line : {1, 2, 3, 4})
-        expected.insert(expected.end(), 24, line);
-    EXPECT_EQ(contiguousContent(buffer), expected);
+    numberLines(buffer);
+    EXPECT_EQ(contiguousContent(buffer), packedLines({1, 2, 3, 4}));
 }
 
 TEST_F(PictureCopyNative, CopiesContiguousBytesBothWays)
@@ -71,15 +64,8 @@ TEST_F(PictureCopyNative, CopiesContiguousBytesBothWays)
 TEST_F(PictureCopyNative, CopiesItsBottomLineFirstWhenItIsBottomUp)
 {
     const auto buffer = rgbPicture(true);
-    {
-        const Lines lines(buffer);
-        for (int line = 0; line < 4; ++line)
-            std::fill_n(lines.line(line), 24, static_cast<BYTE>(line + 1));
-    }
-    Bytes expected;
-    for (const BYTE line : {4, 3, 2, 1})
-        expected.insert(expected.end(), 24, line);
-    EXPECT_EQ(contiguousContent(buffer), expected);
+    numberLines(buffer);
+    EXPECT_EQ(contiguousContent(buffer), packedLines({4, 3, 2, 1}));
 }
 
 TEST_F(PictureCopyNative, KeepsLinesOfPackedChromaAPitchApart)
@@ -88,9 +74,7 @@ TEST_F(PictureCopyNative, KeepsLinesOfPackedChromaAPitchApart)
         const auto buffer = picture(6, 3, format);
         const Bytes content = countingBytes(36);
         ASSERT_EQ(buffer->ContiguousCopyFrom(content.data(), 36), S_OK);
-        const Lines lines(buffer);
-        for (int line = 0; line < 3; ++line)
-            EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 12, content.begin() + line * 12)) << line;
+        expectLines(Lines(buffer), 3, 12, content, 12);
     }
 }
 
@@ -100,16 +84,15 @@ TEST_F(PictureCopyNative, PadsPackedLinesOfRgbToFourBytes)
     const Bytes content = countingBytes(32);
     ASSERT_EQ(contiguousContent(buffer).size(), 32U);
     ASSERT_EQ(buffer->ContiguousCopyFrom(content.data(), 32), S_OK);
-    const Lines lines(buffer);
-    for (int line = 0; line < 2; ++line)
-        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 15, content.begin() + line * 16)) << line;
+    expectLines(Lines(buffer), 2, 15, content, 16);
 }
 
-TEST_F(PictureCopyNative, CopiesNothingOfTheWrongSize)
+TEST_F(PictureCopyNative, CopiesNothingOfTooFewBytes)
 {
     const auto buffer = rgbPicture();
     Bytes bytes(96);
     EXPECT_EQ(buffer->ContiguousCopyTo(bytes.data(), 95), E_INVALIDARG);
+    EXPECT_EQ(buffer->ContiguousCopyFrom(bytes.data(), 95), E_INVALIDARG);
 }
 
 TEST_F(PictureCopyNative, KeepsInterleavedChromaBehindTheLines)
@@ -117,9 +100,7 @@ TEST_F(PictureCopyNative, KeepsInterleavedChromaBehindTheLines)
     const auto buffer = picture(8, 4, fourCC("NV12"));
     const Bytes content = countingBytes(8 * 6);
     ASSERT_EQ(buffer->ContiguousCopyFrom(content.data(), 48), S_OK);
-    const Lines lines(buffer);
-    for (int line = 0; line < 6; ++line)
-        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 8, content.begin() + line * 8)) << line;
+    expectLines(Lines(buffer), 6, 8, content, 8);
 }
 
 TEST_F(PictureCopyNative, KeepsPlanesOfChromaAtHalfThePitch)
@@ -128,8 +109,7 @@ TEST_F(PictureCopyNative, KeepsPlanesOfChromaAtHalfThePitch)
     const Bytes content = countingBytes(8 * 6);
     ASSERT_EQ(buffer->ContiguousCopyFrom(content.data(), 48), S_OK);
     const Lines lines(buffer);
-    for (int line = 0; line < 4; ++line)
-        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 8, content.begin() + line * 8)) << line;
+    expectLines(lines, 4, 8, content, 8);
     const BYTE *const chroma = lines.line(4);
     for (int line = 0; line < 4; ++line) {
         const BYTE *const data = chroma + static_cast<ptrdiff_t>(lines.pitch() / 2) * line;

@@ -6,6 +6,8 @@
 
 #include <d3d9types.h>
 
+#include <algorithm>
+
 constexpr DWORD fourCC(const char (&text)[5])
 {
     return static_cast<DWORD>(text[0]) | static_cast<DWORD>(text[1]) << 8 | static_cast<DWORD>(text[2]) << 16 |
@@ -42,3 +44,27 @@ private:
     BYTE *m_first = nullptr;
     LONG m_pitch = 0;
 };
+
+// The lines of rgbPicture(), from the top one on, each filled with its number: from 1 to 4.
+inline void numberLines(IMF2DBuffer *buffer)
+{
+    const Lines lines(buffer);
+    for (int line = 0; line < 4; ++line)
+        std::fill_n(lines.line(line), 24, static_cast<BYTE>(line + 1));
+}
+
+// Lines of rgbPicture() that are filled with these numbers, packed.
+inline Bytes packedLines(std::initializer_list<BYTE> numbers)
+{
+    Bytes bytes;
+    for (const BYTE number : numbers)
+        bytes.insert(bytes.end(), 24, number);
+    return bytes;
+}
+
+// Whether as many lines begin with `bytes` bytes each of the content, in which they are `stride` apart.
+inline void expectLines(const Lines &lines, int count, int bytes, const Bytes &content, int stride)
+{
+    for (int line = 0; line < count; ++line)
+        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + bytes, content.begin() + line * stride)) << line;
+}

@@ -82,17 +82,10 @@ TEST_F(PictureBuffer, HasANegativePitchWhenItIsBottomUp)
 TEST_F(PictureBuffer, ShowsItsLinesPackedToLock)
 {
     const auto buffer = rgbPicture();
-    {
-        const Lines lines(buffer);
-        for (int line = 0; line < 4; ++line)
-            std::fill_n(lines.line(line), 24, static_cast<BYTE>(line + 1));
-    }
-    Bytes expected;
-    for (int line = 0; line < 4; ++line)
-        expected.insert(expected.end(), 24, static_cast<BYTE>(line + 1));
+    numberLines(buffer);
     const auto packed = faceOf<IMFMediaBuffer>(buffer);
     packed->SetCurrentLength(96);
-    EXPECT_EQ(contentOf(packed), expected);
+    EXPECT_EQ(contentOf(packed), packedLines({1, 2, 3, 4}));
 }
 
 TEST_F(PictureBuffer, TakesBackWhatWasWrittenUnderLock)
@@ -104,9 +97,7 @@ TEST_F(PictureBuffer, TakesBackWhatWasWrittenUnderLock)
     ASSERT_EQ(packed->Lock(&data, nullptr, nullptr), S_OK);
     std::copy(content.begin(), content.end(), data);
     EXPECT_EQ(packed->Unlock(), S_OK);
-    const Lines lines(buffer);
-    for (int line = 0; line < 4; ++line)
-        EXPECT_TRUE(std::equal(lines.line(line), lines.line(line) + 24, content.begin() + line * 24)) << line;
+    expectLines(Lines(buffer), 4, 24, content, 24);
 }
 
 TEST_F(PictureBuffer, IsLockedInOneWayAtATime)
@@ -147,7 +138,7 @@ TEST_F(PictureBuffer, IsNotUnlockedMoreOftenThanLocked)
     EXPECT_TRUE(FAILED(buffer->GetScanline0AndPitch(&data, &pitch)));
 }
 
-TEST_F(PictureBuffer, IsLockedToReadWhileItIsLockedToWrite)
+TEST_F(PictureBuffer, IsLockedToReadToWriteAndForBoth)
 {
     const auto buffer = rgbPicture();
     BYTE *first = nullptr;

@@ -3,22 +3,7 @@
 #include <atomic>
 #include <thread>
 
-class SerialWorkQueue : public StartedPlatform
-{
-protected:
-    // Not every system endures that a queue goes in the very moment in which its last item ends, and none tells when
-    // that has passed. Wine's worker would wait for a lock that is gone, and crash five seconds later.
-    static void giveBackAtRest(DWORD queue)
-    {
-        constexpr INT64 rest = 50; // milliseconds
-        Gate rested;
-        MFWORKITEM_KEY key = 0;
-        ASSERT_EQ(MFScheduleWorkItem(makeCallback([&](IMFAsyncResult *) { rested.open(); }), nullptr, -rest, &key),
-                  S_OK);
-        ASSERT_TRUE(rested.wait());
-        EXPECT_EQ(MFUnlockWorkQueue(queue), S_OK);
-    }
-};
+using SerialWorkQueue = StartedPlatform;
 
 TEST_F(SerialWorkQueue, NeedsAQueueToRunOn)
 {
@@ -60,7 +45,8 @@ TEST_F(SerialWorkQueue, RunsOneItemAtATimeInOrder_WhenManyThreadsPut)
     int next[producers] = {};
     for (const auto &[producer, item] : order.entries())
         ASSERT_EQ(item, next[producer]++) << "of producer " << producer;
-    giveBackAtRest(queue);
+    // Left to the platform's end: not every system endures that a queue is given back in the very moment in which its
+    // last item ends, and none tells when that has passed.
 }
 
 TEST_F(SerialWorkQueue, TwoOfThemDoNotWaitForEachOther)
@@ -80,6 +66,5 @@ TEST_F(SerialWorkQueue, TwoOfThemDoNotWaitForEachOther)
     }
     ASSERT_TRUE(met.waitFor(2));
     EXPECT_EQ(met.entries(), (std::vector<bool>{true, true}));
-    for (const DWORD queue : queues)
-        giveBackAtRest(queue);
+    // Left to the platform's end, as above.
 }
