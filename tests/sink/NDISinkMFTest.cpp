@@ -17,14 +17,6 @@ class NDISinkMFTest : public SinkTest
 {
 protected:
     void make(bool video = true, bool audio = true) { sink = makeSink(parameters(video, audio)); }
-    // A sink whose streams have types and are started.
-    void makeStarted()
-    {
-        make();
-        setType(sink, streamOf(sink, 0), pictureType());
-        setType(sink, streamOf(sink, 1), soundType());
-        ASSERT_EQ(S_OK, sink->OnClockStart(0, 0));
-    }
     // Makes the stream's next event fail.
     void closeEventsOf(DWORD index) { static_cast<NDISinkStream *>(streamOf(sink, index).p)->Shutdown(); }
     static DWORD identifierOf(IMFStreamSink *stream)
@@ -210,7 +202,7 @@ TEST_F(NDISinkMFTest, TheSecondShutdownIsRefusedAndTheSenderSurvivesBoth)
 
 TEST_F(NDISinkMFTest, AfterTheShutdownOnlyTheEventsAreGone)
 {
-    makeStarted();
+    makeStartedSink();
     const auto video = streamOf(sink, 0);
     ASSERT_EQ(S_OK, sink->Shutdown());
     DWORD count = 0;
@@ -231,7 +223,7 @@ TEST_F(NDISinkMFTest, AfterTheShutdownOnlyTheEventsAreGone)
 
 TEST_F(NDISinkMFTest, StartAndStopReachEveryStream)
 {
-    makeStarted();
+    makeStartedSink();
     for (DWORD index = 0; index < 2; ++index)
         EXPECT_EQ((Types{MEStreamSinkStarted, MEStreamSinkRequestSample}), takeEventTypes(streamOf(sink, index)));
     EXPECT_EQ(S_OK, sink->OnClockStop(0));
@@ -269,133 +261,12 @@ TEST_F(NDISinkMFTest, AStreamThatRefusesToStopIsReportedAndTheNextIsNotStopped)
 
 TEST_F(NDISinkMFTest, NeitherPausesNorRestartsNorChangesItsRate)
 {
-    makeStarted();
+    makeStartedSink();
     log.clear();
     EXPECT_EQ(E_NOTIMPL, sink->OnClockPause(0));
     EXPECT_EQ(E_NOTIMPL, sink->OnClockRestart(0));
     EXPECT_EQ(E_NOTIMPL, sink->OnClockSetRate(0, 2.0F));
     EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(NDISinkMFTest, MetadataGoesOutOnTheQueueAsItIsWithATimecodeOfTheSendersMaking)
-{
-    make();
-    QByteArray text("<tvx>\xC3\xA4</tvx>");
-    sink->sendMetadata(text);
-    text.fill('x');
-    sink->sendMetadata(QByteArray());
-    drain(sink);
-    const auto sent = ndi.calls().sentMetadata;
-    ASSERT_EQ(2u, sent.size());
-    EXPECT_EQ(std::string("<tvx>\xC3\xA4</tvx>"), sent[0].text);
-    EXPECT_EQ(0, sent[0].length);
-    EXPECT_EQ(INT64_MAX, sent[0].timecode);
-    EXPECT_EQ(std::string(), sent[1].text);
-}
-
-TEST_F(NDISinkMFTest, MetadataIsCopiedAlsoOutOfMemoryThatIsNotTheArrays)
-{
-    make();
-    std::string memory = "<a/>and what is behind it";
-    ndi.holdSends(true);
-    sink->sendMetadata(QByteArray::fromRawData(memory.data(), 4));
-    memory.assign(memory.size(), 'x');
-    ndi.holdSends(false);
-    drain(sink);
-    EXPECT_EQ(std::string("<a/>"), ndi.calls().sentMetadata.at(0).text);
-}
-
-TEST_F(NDISinkMFTest, MetadataWithoutASenderIsDroppedInSilence)
-{
-    make();
-    sink->destroySender();
-    sink->sendMetadata("<a/>");
-    drain(sink);
-    EXPECT_TRUE(ndi.calls().sentMetadata.empty());
-    EXPECT_EQ(0, ndi.calls().straySendCalls);
-    EXPECT_TRUE(log.lines().empty());
-}
-
-TEST_F(NDISinkMFTest, FramesOfBothStreamsAndMetadataGoOutInTheOrderInWhichTheyCame)
-{
-    makeStarted();
-    const auto video = streamOf(sink, 0);
-    const auto audio = streamOf(sink, 1);
-    for (int round = 0; round < 3; ++round) {
-        ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
-        ASSERT_EQ(S_OK, audio->ProcessSample(soundSample(std::vector<float>(960))));
-        sink->sendMetadata("<a/>");
-    }
-    drain(sink);
-    std::vector<SendCall> expected{SendCall::Create};
-    for (int round = 0; round < 3; ++round)
-        expected.insert(expected.end(), {SendCall::Video, SendCall::Audio, SendCall::Metadata});
-    EXPECT_EQ(expected, ndi.calls().sendCalls);
-}
-
-TEST_F(NDISinkMFTest, AFlushWaitsForTheFrameThatIsBeingSent)
-{
-    makeStarted();
-    const auto video = streamOf(sink, 0);
-    ndi.holdSends(true);
-    ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
-    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendsEntered == 1; }));
-    auto flushed = std::async(std::launch::async, [&] { return video->Flush(); });
-    EXPECT_EQ(std::future_status::timeout, flushed.wait_for(std::chrono::milliseconds(20)));
-    // More samples are taken meanwhile: the stream's lock is not the sink's.
-    ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
-    ndi.holdSends(false);
-    EXPECT_EQ(S_OK, flushed.get());
-    drain(sink);
-    EXPECT_EQ(2u, ndi.calls().sentVideo.size());
-    EXPECT_EQ(0, ndi.calls().overlappingSendCalls);
-}
-
-TEST_F(NDISinkMFTest, ADestructionOfTheSenderWaitsForTheFrameThatIsBeingSent)
-{
-    makeStarted();
-    const auto video = streamOf(sink, 0);
-    ndi.holdSends(true);
-    ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
-    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendsEntered == 1; }));
-    auto destroyed = std::async(std::launch::async, [this] { return sink->destroySender(); });
-    EXPECT_EQ(std::future_status::timeout, destroyed.wait_for(std::chrono::milliseconds(20)));
-    EXPECT_EQ(0, ndi.calls().sendersDestroyed);
-    ndi.holdSends(false);
-    EXPECT_EQ(S_OK, destroyed.get());
-    EXPECT_EQ((std::vector<SendCall>{SendCall::Create, SendCall::Video, SendCall::Flush, SendCall::Destroy}),
-              ndi.calls().sendCalls);
-    EXPECT_EQ(0, ndi.calls().overlappingSendCalls);
-    // What comes later finds no sender.
-    ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
-    drain(sink);
-    EXPECT_EQ(1u, ndi.calls().sentVideo.size());
-    EXPECT_EQ(0, ndi.calls().straySendCalls);
-}
-
-TEST_F(NDISinkMFTest, LetGoWithAFullQueueItSendsWhatItWasGivenAndThenNothing)
-{
-    makeStarted();
-    ndi.holdSends(true);
-    {
-        const auto video = streamOf(sink, 0);
-        const auto audio = streamOf(sink, 1);
-        for (int round = 0; round < 25; ++round) {
-            ASSERT_EQ(S_OK, video->ProcessSample(bytesSample(noise(64 * 2 * 36))));
-            ASSERT_EQ(S_OK, audio->ProcessSample(soundSample(std::vector<float>(960))));
-        }
-        sink->sendMetadata("<last/>");
-    }
-    sink.Release();
-    EXPECT_EQ(0, ndi.calls().sendersDestroyed);
-    ndi.holdSends(false);
-    ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendersDestroyed == 1; }));
-    const auto calls = ndi.calls();
-    EXPECT_EQ(25u, calls.sentVideo.size());
-    EXPECT_EQ(25u, calls.sentAudio.size());
-    ASSERT_EQ(54u, calls.sendCalls.size());
-    EXPECT_EQ((std::vector<SendCall>{SendCall::Metadata, SendCall::Flush, SendCall::Destroy}),
-              std::vector<SendCall>(calls.sendCalls.end() - 3, calls.sendCalls.end()));
 }
 
 TEST_F(NDISinkMFTest, LetGoItDestroysItsSenderAndGivesBackItsClock)

@@ -15,6 +15,12 @@ void SinkNodeTest::TearDown()
     SinkTest::TearDown();
 }
 
+void SinkNodeTest::makeNamed()
+{
+    node.setName(QStringLiteral("Studio"));
+    createRequests = 0;
+}
+
 void SinkNodeTest::connectVideo(IMFMediaType *type)
 {
     producer.getOutput(0)->connectTo(node.videoInput());
@@ -44,6 +50,11 @@ void SinkNodeTest::release()
 bool SinkNodeTest::waitForStatus(MediaNode::Status status)
 {
     return spinUntil([&] { return node.status() == status; });
+}
+
+bool SinkNodeTest::waitForMetadata(size_t count)
+{
+    return ndi.waitFor([&](const auto &calls) { return calls.sentMetadata.size() == count; });
 }
 
 void SinkNodeTest::finishJobs()

@@ -20,6 +20,8 @@ protected:
     SinkNodeTest();
     void TearDown() override;
 
+    // Gives the node its name and forgets that it asked for a creation.
+    void makeNamed();
     // Connects the producer and settles the types; null leaves the type open.
     void connectVideo(IMFMediaType *type);
     void connectAudio(IMFMediaType *type);
@@ -28,6 +30,7 @@ protected:
     // What a host does before it lets go of the node's media objects.
     void release();
     bool waitForStatus(MediaNode::Status status);
+    bool waitForMetadata(size_t count);
     // The end of every job that was started, and of what they posted.
     static void finishJobs();
     static CComPtr<IMFStreamSink> streamOf(const NodeInput *input);

@@ -28,6 +28,14 @@ CComPtr<NDISinkMF> SinkTest::makeSink(const NDISinkParams &params)
     return {new NDISinkMF(params)};
 }
 
+void SinkTest::makeStartedSink()
+{
+    sink = makeSink();
+    setType(sink, streamOf(sink, 0), pictureType());
+    setType(sink, streamOf(sink, 1), soundType());
+    ASSERT_EQ(S_OK, sink->OnClockStart(0, 0));
+}
+
 CComPtr<IMFStreamSink> SinkTest::streamOf(IMFMediaSink *sink, DWORD index)
 {
     CComPtr<IMFStreamSink> stream;
@@ -104,6 +112,19 @@ HRESULT RecordingStream::onMediaTypeChanged(IMFMediaType *type)
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_types.emplace_back(type);
     return typeResult;
+}
+
+void RecordingStreamTest::makeTyped()
+{
+    ASSERT_EQ(S_OK, stream.MediaTypeResolved(pictureType()));
+    drain(sink);
+}
+
+void RecordingStreamTest::makeStarted()
+{
+    makeTyped();
+    ASSERT_EQ(S_OK, stream.Start(0, 0));
+    ASSERT_EQ((std::vector<MediaEventType>{MEStreamSinkStarted, MEStreamSinkRequestSample}), takeEventTypes(&stream));
 }
 
 CComPtr<IMFMediaType> partialType(const GUID &majorType, const GUID &subtype)

@@ -32,6 +32,8 @@ protected:
 
     static NDISinkParams parameters(bool video = true, bool audio = true);
     static CComPtr<NDISinkMF> makeSink(const NDISinkParams &params = parameters());
+    // The test's sink, its streams typed and started.
+    void makeStartedSink();
     static CComPtr<IMFStreamSink> streamOf(IMFMediaSink *sink, DWORD index);
     static CComPtr<IMFMediaTypeHandler> handlerOf(IMFStreamSink *stream);
     // Waits until the queue has run what it was given before.
@@ -74,6 +76,17 @@ private:
     std::mutex m_mutex;
     std::vector<CComPtr<IMFSample>> m_samples; // guarded by m_mutex, like the next
     std::vector<CComPtr<IMFMediaType>> m_types;
+};
+
+// One of these, of a sink with streams of its own.
+class RecordingStreamTest : public MadeSinkTest
+{
+protected:
+    void makeTyped();
+    // Without the events of the start.
+    void makeStarted();
+
+    RecordingStream stream{5, sink};
 };
 
 // The stream sinks with their insides at hand. They belong to no sink's list.

@@ -86,6 +86,17 @@ protected:
         EXPECT_EQ(2u, referencesOf(roomy));
     }
 
+    // Neither handler makes a type; each says so in that line.
+    void expectBothToFail(HRESULT result, const std::string &line)
+    {
+        CComPtr<IMFMediaType> type;
+        EXPECT_EQ(result, video.createMediaType(MFVideoFormat_UYVY, &type));
+        EXPECT_EQ(line, failure());
+        EXPECT_EQ(result, audio.createMediaType(MFAudioFormat_Float, &type));
+        EXPECT_EQ(line, failure());
+        EXPECT_FALSE(type);
+    }
+
     RecordingStream stream{5, sink};
     const OpenVideoHandler video{&stream};
     const OpenAudioHandler audio{&stream};
@@ -111,23 +122,13 @@ TEST_F(MediaTypeFailureTest, EachAttributeThatCannotBeSetIsReportedAndReturned)
 TEST_F(MediaTypeFailureTest, ATypeThatCannotBeMadeIsReported)
 {
     const MadeUpMediaTypes none(E_OUTOFMEMORY, nullptr);
-    CComPtr<IMFMediaType> type;
-    EXPECT_EQ(E_OUTOFMEMORY, video.createMediaType(MFVideoFormat_UYVY, &type));
-    EXPECT_EQ(std::string(" [MFCreateMediaType(&pMediaType)] (HR=0x8007000E)"), failure());
-    EXPECT_EQ(E_OUTOFMEMORY, audio.createMediaType(MFAudioFormat_Float, &type));
-    EXPECT_EQ(std::string(" [MFCreateMediaType(&pMediaType)] (HR=0x8007000E)"), failure());
-    EXPECT_FALSE(type);
+    expectBothToFail(E_OUTOFMEMORY, " [MFCreateMediaType(&pMediaType)] (HR=0x8007000E)");
 }
 
 TEST_F(MediaTypeFailureTest, ATypeThatIsNotThereIsReported)
 {
     const MadeUpMediaTypes none(S_OK, nullptr);
-    CComPtr<IMFMediaType> type;
-    EXPECT_EQ(E_POINTER, video.createMediaType(MFVideoFormat_UYVY, &type));
-    EXPECT_EQ(std::string(" [pMediaType is null]"), failure());
-    EXPECT_EQ(E_POINTER, audio.createMediaType(MFAudioFormat_Float, &type));
-    EXPECT_EQ(std::string(" [pMediaType is null]"), failure());
-    EXPECT_FALSE(type);
+    expectBothToFail(E_POINTER, " [pMediaType is null]");
 }
 
 TEST_F(MediaTypeFailureTest, ASinkWhoseTypesCannotBeMadeFailsTheCreation)
