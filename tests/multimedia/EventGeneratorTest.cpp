@@ -1,5 +1,7 @@
 #include "hostfw/EventGenerator.h"
-#include "tests/multimedia/WorkItem.h"
+#include "hostfw/ComPtr.h"
+#include "tests/multimedia/Recorded.h"
+#include "tests/support/FunctionCallback.h"
 
 #include <gtest/gtest.h>
 
@@ -37,7 +39,7 @@ TEST_F(EventGenerator, GivesEventsInTheOrderTheyWereQueued)
 TEST_F(EventGenerator, CallsASubscriberBack)
 {
     Recorded<HRESULT> results;
-    const CComPtr<IMFAsyncCallback> subscriber(new WorkItem([&](IMFAsyncResult *result) {
+    const CComPtr<IMFAsyncCallback> subscriber(new FunctionCallback([&](IMFAsyncResult *result) {
         CComPtr<IMFMediaEvent> event;
         results.add(m_events->EndGetEvent(result, &event));
     }));
@@ -49,7 +51,7 @@ TEST_F(EventGenerator, CallsASubscriberBack)
 
 TEST_F(EventGenerator, RefusesEverythingAfterShutdown)
 {
-    const CComPtr<IMFAsyncCallback> subscriber(new WorkItem([](IMFAsyncResult *) {}));
+    const CComPtr<IMFAsyncCallback> subscriber(new FunctionCallback([](IMFAsyncResult *) {}));
     ASSERT_EQ(m_events->Shutdown(), S_OK);
     CComPtr<IMFMediaEvent> event;
     EXPECT_EQ(m_events->GetEvent(0, &event), MF_E_SHUTDOWN);

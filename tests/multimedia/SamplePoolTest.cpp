@@ -1,6 +1,6 @@
 #include "hostfw/SamplePool.h"
 #include "hostfw/ComPtr.h"
-#include "tests/multimedia/WorkItem.h"
+#include "tests/multimedia/StandardQueue.h"
 #include "tests/support/RefusingSample.h"
 
 #include <gtest/gtest.h>

@@ -26,14 +26,21 @@ CComPtr<IMFSample> sampleOf(IMFMediaEvent *event)
     return sample;
 }
 
-CComPtr<ID3D11Texture2D> textureOf(IMFMediaBuffer *buffer)
+// What the texture of a sample's one buffer is; of no format when that is none.
+D3D11_TEXTURE2D_DESC textureOf(IMFSample *sample)
 {
-    CComPtr<ID3D11Texture2D> texture;
+    D3D11_TEXTURE2D_DESC description = {};
+    CComPtr<IMFMediaBuffer> buffer;
     CComPtr<IMFDXGIBuffer> dxgi;
-    EXPECT_EQ(S_OK, buffer->QueryInterface(__uuidof(IMFDXGIBuffer), reinterpret_cast<void **>(&dxgi)));
+    CComPtr<ID3D11Texture2D> texture;
+    EXPECT_EQ(S_OK, sample->GetBufferByIndex(0, &buffer));
+    if (buffer)
+        buffer->QueryInterface(__uuidof(IMFDXGIBuffer), reinterpret_cast<void **>(&dxgi));
     if (dxgi)
         dxgi->GetResource(__uuidof(ID3D11Texture2D), reinterpret_cast<void **>(&texture));
-    return texture;
+    if (texture)
+        texture->GetDesc(&description);
+    return description;
 }
 
 } // namespace
@@ -85,15 +92,10 @@ TEST_F(HardwareSamplesTest, HardwareSamplesLandInTexturesConvertedByteForByte)
     auto bytes = noise(64 * 2 * 36);
     ndi.pushVideo(videoFrame(64, 36, second), bytes);
     const auto sample = requestSample(streams[0]);
-    CComPtr<IMFMediaBuffer> buffer;
-    ASSERT_EQ(S_OK, sample->GetBufferByIndex(0, &buffer));
-    const CComPtr<ID3D11Texture2D> texture = textureOf(buffer);
-    ASSERT_TRUE(texture);
-    D3D11_TEXTURE2D_DESC description = {};
-    texture->GetDesc(&description);
-    EXPECT_EQ(DXGI_FORMAT_YUY2, description.Format);
-    EXPECT_EQ(64u, description.Width);
-    EXPECT_EQ(36u, description.Height);
+    const D3D11_TEXTURE2D_DESC texture = textureOf(sample);
+    EXPECT_EQ(DXGI_FORMAT_YUY2, texture.Format);
+    EXPECT_EQ(64u, texture.Width);
+    EXPECT_EQ(36u, texture.Height);
     std::vector<uint8_t> expected(bytes.size());
     ConvertBufferFromUYVYtoYUY2(64, 36, bytes.data(), 128, expected.data(), 128);
     EXPECT_EQ(expected, pictureOf(sample, 128, 36));
@@ -143,13 +145,7 @@ TEST_F(HardwareSamplesTest, FramesUnderATypeThatUyvyCannotBecomeFlowOnAsSamplesO
     EXPECT_EQ(MEMediaSample, type) << "the stream went back to a type of its own";
     const auto sample = sampleOf(event);
     ASSERT_TRUE(sample);
-    CComPtr<IMFMediaBuffer> buffer;
-    ASSERT_EQ(S_OK, sample->GetBufferByIndex(0, &buffer));
-    const CComPtr<ID3D11Texture2D> texture = textureOf(buffer);
-    ASSERT_TRUE(texture);
-    D3D11_TEXTURE2D_DESC description = {};
-    texture->GetDesc(&description);
-    EXPECT_EQ(DXGI_FORMAT_B8G8R8X8_UNORM, description.Format);
+    EXPECT_EQ(DXGI_FORMAT_B8G8R8X8_UNORM, textureOf(sample).Format);
 }
 
 TEST_F(HardwareSamplesTest, ATypeOfTheHostThatUyvyCannotBecomeFails)

@@ -1,7 +1,9 @@
 // Not every system calls back who waits for an event of a queue that is shut down.
 
+#include "hostfw/ComPtr.h"
 #include "hostfw/EventGenerator.h"
-#include "tests/multimedia/WorkItem.h"
+#include "tests/multimedia/Recorded.h"
+#include "tests/support/FunctionCallback.h"
 
 #include <gtest/gtest.h>
 
@@ -11,7 +13,7 @@ TEST(EventGeneratorShutdown, IsToldToASubscriber)
 {
     const CComPtr<tvx::CBaseEventGenerator> events(new tvx::CBaseEventGenerator(nullptr));
     Recorded<HRESULT> results;
-    const CComPtr<IMFAsyncCallback> subscriber(new WorkItem([&](IMFAsyncResult *result) {
+    const CComPtr<IMFAsyncCallback> subscriber(new FunctionCallback([&](IMFAsyncResult *result) {
         CComPtr<IMFMediaEvent> event;
         results.add(events->EndGetEvent(result, &event));
     }));

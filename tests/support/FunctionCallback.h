@@ -1,22 +1,18 @@
 #pragma once
 
 #include "hostfw/CUnknown.h"
-#include "hostfw/ComPtr.h"
-#include "tests/multimedia/Recorded.h"
 
-#include <mfapi.h>
 #include <mfobjects.h>
 
 #include <functional>
-#include <memory>
 #include <utility>
 
 // A function as a callback of the system.
-class WorkItem : public IMFAsyncCallback, public CUnknown
+class FunctionCallback : public IMFAsyncCallback, public CUnknown
 {
 public:
-    explicit WorkItem(std::function<void(IMFAsyncResult *)> function)
-        : CUnknown(L"WorkItem", nullptr), m_function(std::move(function))
+    explicit FunctionCallback(std::function<void(IMFAsyncResult *)> function)
+        : CUnknown(L"FunctionCallback", nullptr), m_function(std::move(function))
     {
     }
 
@@ -37,11 +33,3 @@ public:
 private:
     const std::function<void(IMFAsyncResult *)> m_function;
 };
-
-// Whether the standard work queue, which runs one item after another, has run what was put on it before.
-inline bool drainStandardQueue()
-{
-    const auto reached = std::make_shared<Gate>();
-    const CComPtr<IMFAsyncCallback> item(new WorkItem([reached](IMFAsyncResult *) { reached->open(); }));
-    return SUCCEEDED(MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_STANDARD, item, nullptr)) && reached->wait();
-}
