@@ -1,15 +1,9 @@
-#include "hostfw/SamplePool.h"
-#include "hostfw/ComPtr.h"
-#include "tests/multimedia/StandardQueue.h"
+#include "tests/multimedia/SamplePoolSupport.h"
 #include "tests/support/RefusingSample.h"
-
-#include <gtest/gtest.h>
 
 #include <d3d9types.h>
 #include <evr.h>
-#include <mfapi.h>
 #include <mferror.h>
-#include <mfidl.h>
 
 #include <memory>
 #include <thread>
@@ -18,9 +12,6 @@
 namespace
 {
 
-using Sample = CComPtr<IMFSample>;
-
-constexpr GUID someAttribute = {0x3c0a36c3, 0x9b6b, 0x4e62, {0x8a, 0x53, 0x10, 0x2a, 0x0a, 0x7d, 0x41, 0xd5}};
 constexpr DWORD bufferSize = 64;
 
 HRESULT makeTrackedSample(IMFSample **out)
@@ -68,36 +59,6 @@ private:
     DWORD m_count = 2;
 };
 
-void fill(IMFSample *sample)
-{
-    sample->SetUINT32(someAttribute, 1);
-    sample->SetSampleTime(10);
-    sample->SetSampleDuration(20);
-    sample->SetSampleFlags(30);
-}
-
-void expectCleared(IMFSample *sample)
-{
-    UINT32 attributes = 1;
-    LONGLONG time = 1;
-    LONGLONG duration = 1;
-    DWORD flags = 1;
-    sample->GetCount(&attributes);
-    sample->GetSampleTime(&time);
-    sample->GetSampleDuration(&duration);
-    sample->GetSampleFlags(&flags);
-    EXPECT_EQ(attributes, 0U);
-    EXPECT_EQ(time, 0);
-    EXPECT_EQ(duration, 0);
-    EXPECT_EQ(flags, 0U);
-}
-
-// The system may take released samples back to their pool at once or as items of the standard work queue.
-void expectSamplesToComeBack()
-{
-    EXPECT_TRUE(drainStandardQueue());
-}
-
 class FixedSamplePool : public testing::Test
 {
 protected:
@@ -137,40 +98,6 @@ protected:
         },
         limit)};
 };
-
-class FlexibleSamplePool : public testing::Test
-{
-protected:
-    static constexpr DWORD limit = 3;
-
-    Sample pop(DWORD size)
-    {
-        Sample sample;
-        EXPECT_EQ(m_pool->Pop(&sample, size), S_OK);
-        return sample;
-    }
-    void use(DWORD size)
-    {
-        pop(size);
-        expectSamplesToComeBack();
-    }
-
-    int m_allocatorCalls = 0;
-    std::unique_ptr<tvx::ISamplePoolFlexible> m_pool{tvx::createFlexibleSamplePool(
-        nullptr,
-        [this] {
-            ++m_allocatorCalls;
-            return S_OK;
-        },
-        limit)};
-};
-
-CComPtr<IMFMediaBuffer> bufferOf(IMFSample *sample)
-{
-    CComPtr<IMFMediaBuffer> buffer;
-    EXPECT_EQ(sample->GetBufferByIndex(0, &buffer), S_OK);
-    return buffer;
-}
 
 } // namespace
 
@@ -385,17 +312,9 @@ TEST_F(FixedSamplePool, MovesWhatASampleThatCannotBeReadHoldsIntoOneThatCan)
     Sample sample;
     ASSERT_EQ(pool->Pop(&sample), S_OK);
     UINT32 attribute = 0;
-    LONGLONG time = 0;
-    LONGLONG duration = 0;
-    DWORD flags = 0;
     sample->GetUINT32(someAttribute, &attribute);
-    sample->GetSampleTime(&time);
-    sample->GetSampleDuration(&duration);
-    sample->GetSampleFlags(&flags);
     EXPECT_EQ(attribute, 7U);
-    EXPECT_EQ(time, 10);
-    EXPECT_EQ(duration, 20);
-    EXPECT_EQ(flags, 30U);
+    EXPECT_EQ(marksOf(sample), Marks(10, 20, 30));
     CComPtr<IMFMediaBuffer> second;
     ASSERT_EQ(sample->GetBufferByIndex(1, &second), S_OK);
     EXPECT_EQ(bufferOf(sample).p, surface.buffer(0).p);
@@ -450,96 +369,4 @@ TEST_F(FixedSamplePool, GivesTheSystemsVideoSamplesAsOneBuffer)
 TEST_F(FixedSamplePool, RefusesToPopNowhere)
 {
     EXPECT_EQ(m_pool->Pop(nullptr), E_POINTER);
-}
-
-TEST_F(FlexibleSamplePool, GivesOneEmptyBufferOfTheSize)
-{
-    const Sample sample = pop(1000);
-    DWORD buffers = 0;
-    DWORD length = 1;
-    DWORD room = 0;
-    sample->GetBufferCount(&buffers);
-    bufferOf(sample)->GetCurrentLength(&length);
-    bufferOf(sample)->GetMaxLength(&room);
-    EXPECT_EQ(buffers, 1U);
-    EXPECT_EQ(length, 0U);
-    EXPECT_GE(room, 1000U);
-}
-
-TEST_F(FlexibleSamplePool, KeepsABufferThatIsLargeEnough)
-{
-    const IMFMediaBuffer *buffer = nullptr;
-    {
-        const Sample sample = pop(1000);
-        buffer = bufferOf(sample);
-        bufferOf(sample)->SetCurrentLength(1000);
-        fill(sample);
-    }
-    expectSamplesToComeBack();
-    const Sample smaller = pop(500);
-    DWORD length = 1;
-    bufferOf(smaller)->GetCurrentLength(&length);
-    EXPECT_EQ(bufferOf(smaller).p, buffer);
-    EXPECT_EQ(length, 0U);
-    EXPECT_EQ(m_allocatorCalls, 1);
-    expectCleared(smaller);
-}
-
-TEST_F(FlexibleSamplePool, LeavesABufferAloneThatItsConsumerStillHolds)
-{
-    const CComPtr<IMFMediaBuffer> held = bufferOf(pop(10));
-    expectSamplesToComeBack();
-    EXPECT_NE(bufferOf(pop(10)).p, held.p);
-    EXPECT_EQ(m_allocatorCalls, 2);
-}
-
-TEST_F(FlexibleSamplePool, ReplacesABufferThatIsTooSmall)
-{
-    use(500);
-    const Sample larger = pop(1000);
-    DWORD buffers = 0;
-    DWORD room = 0;
-    larger->GetBufferCount(&buffers);
-    bufferOf(larger)->GetMaxLength(&room);
-    EXPECT_EQ(buffers, 1U);
-    EXPECT_GE(room, 1000U);
-    EXPECT_EQ(m_allocatorCalls, 1);
-}
-
-TEST_F(FlexibleSamplePool, MakesAnotherWhenAllAreInUse)
-{
-    std::vector<Sample> samples;
-    for (DWORD index = 0; index < limit + 2; ++index)
-        samples.push_back(pop(10));
-    EXPECT_EQ(m_allocatorCalls, static_cast<int>(limit) + 2);
-    samples.clear();
-    expectSamplesToComeBack();
-    for (DWORD index = 0; index < limit; ++index)
-        samples.push_back(pop(10));
-    EXPECT_EQ(m_allocatorCalls, static_cast<int>(limit) + 2);
-}
-
-TEST_F(FlexibleSamplePool, ResetMakesSamplesAnew)
-{
-    const Sample inUse = pop(10);
-    use(10);
-    m_pool->Reset();
-    pop(10);
-    EXPECT_EQ(m_allocatorCalls, 3);
-}
-
-TEST_F(FlexibleSamplePool, SamplesOutliveThePool)
-{
-    const Sample sample = pop(10);
-    m_pool.reset();
-    EXPECT_EQ(bufferOf(sample)->SetCurrentLength(10), S_OK);
-}
-
-TEST_F(FlexibleSamplePool, PassesTheAllocatorsFailureOn)
-{
-    const std::unique_ptr<tvx::ISamplePoolFlexible> pool(tvx::createFlexibleSamplePool(
-        nullptr, [] { return E_OUTOFMEMORY; }, limit));
-    Sample sample;
-    EXPECT_EQ(pool->Pop(&sample, 10), E_OUTOFMEMORY);
-    EXPECT_EQ(pool->Pop(nullptr, 10), E_POINTER);
 }
