@@ -12,46 +12,18 @@ namespace
 {
 
 struct Outcome {
-    int code = -1; // -1 when the program crashed or did not end
+    int code;
     std::string output;
     std::string errors;
 
     QJsonObject json() const { return QJsonDocument::fromJson(QByteArray::fromStdString(output)).object(); }
 };
 
-// ndi-probe as a child process. Ends it, should the test have left it running.
-class Probe
+Outcome outcomeOf(Tool &probe)
 {
-public:
-    explicit Probe(const QStringList &arguments) { m_process.start(QStringLiteral(NDI_PROBE_PROGRAM), arguments); }
-    ~Probe() { end(); }
-
-    Probe(const Probe &) = delete;
-    Probe &operator=(const Probe &) = delete;
-
-    Outcome wait()
-    {
-        if (!m_process.waitForFinished(Patience)) {
-            end();
-            return {};
-        }
-        return {m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1,
-                plainLines(m_process.readAllStandardOutput()), plainLines(m_process.readAllStandardError())};
-    }
-
-private:
-    static constexpr int Patience = 60000; // milliseconds
-
-    void end()
-    {
-        if (m_process.state() == QProcess::NotRunning)
-            return;
-        m_process.kill();
-        m_process.waitForFinished(Patience);
-    }
-
-    QProcess m_process;
-};
+    const int code = probe.wait();
+    return {code, probe.output(), probe.errors()};
+}
 
 QStringList argumentsFor(const Sender &sender, const char *options = "")
 {
@@ -60,7 +32,8 @@ QStringList argumentsFor(const Sender &sender, const char *options = "")
 
 Outcome probe(const QStringList &arguments)
 {
-    return Probe(arguments).wait();
+    Tool probe(NDI_PROBE_PROGRAM, arguments);
+    return outcomeOf(probe);
 }
 
 Outcome probe(const Sender &sender, const char *options = "")
@@ -112,12 +85,12 @@ TEST_F(NdiProbe, TellsWhichKindASenderDoesNotCarry)
 {
     const Sender silent(words("--size 320x240 --rate 50 --no-audio"));
     const Sender blind(words("--channels 1 --no-video"));
-    Probe silentProbe(argumentsFor(silent));
-    Probe blindProbe(argumentsFor(blind, "--json"));
-    const Outcome video = silentProbe.wait();
+    Tool silentProbe(NDI_PROBE_PROGRAM, argumentsFor(silent));
+    Tool blindProbe(NDI_PROBE_PROGRAM, argumentsFor(blind, "--json"));
+    const Outcome video = outcomeOf(silentProbe);
     EXPECT_EQ(video.code, 0);
     EXPECT_THAT(video.output, testing::EndsWith("\nvideo: UYVY 320x240 at 50/1, progressive\naudio: none\n"));
-    const Outcome audio = blindProbe.wait();
+    const Outcome audio = outcomeOf(blindProbe);
     EXPECT_EQ(audio.code, 0);
     EXPECT_TRUE(audio.json()["video"].isNull());
     EXPECT_EQ(audio.json()["audio"].toObject()["channels"].toInt(), 1);

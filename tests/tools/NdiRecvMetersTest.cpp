@@ -185,14 +185,10 @@ TEST_F(NdiRecvVideoMeter, CountsChangesOfFormatAfterTheFirst)
 TEST_F(NdiRecvVideoMeter, SeesAFlashBeginButNotOneThatIsUnderWay)
 {
     m_sync.addBeep({0, Start});
-    for (int number = 1; number < 60; ++number) {
+    for (int number = 1; number < 50; ++number)
         addCoded(number);
-        EXPECT_EQ(m_sync.pairs(), 0U);
-        if (number == 49)
-            m_sync.addBeep({49 * FrameTime, Start + 49 * FrameTime});
-        if (number == 49)
-            break;
-    }
+    EXPECT_EQ(m_sync.pairs(), 0U);
+    m_sync.addBeep({49 * FrameTime, Start + 49 * FrameTime});
     addCoded(50);
     EXPECT_EQ(m_sync.timeOffset(), FrameTime);
     EXPECT_EQ(m_sync.arrivalOffset(), FrameTime + Latency);

@@ -8,7 +8,7 @@
 namespace
 {
 
-constexpr int ProcessPatience = 20000; // milliseconds
+constexpr int ProcessPatience = 60000; // milliseconds
 
 } // namespace
 
@@ -56,8 +56,10 @@ void Tool::write(const QByteArray &bytes)
 
 int Tool::wait()
 {
-    if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(ProcessPatience))
+    if (m_process.state() != QProcess::NotRunning && !m_process.waitForFinished(ProcessPatience)) {
+        ADD_FAILURE() << m_process.program().toStdString() << " does not end";
         return -1;
+    }
     m_output += plainLines(m_process.readAllStandardOutput());
     return m_process.exitStatus() == QProcess::NormalExit ? m_process.exitCode() : -1;
 }

@@ -33,7 +33,7 @@ public:
     void write(const QByteArray &bytes);
     void interrupt() { m_process.terminate(); }
     void kill();
-    // The exit status; -1 when the program crashed or did not end.
+    // The exit status; -1 when the program crashed or was killed. One that does not end fails the test.
     int wait();
 
     const std::string &output() const { return m_output; }
