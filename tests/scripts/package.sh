@@ -24,10 +24,12 @@ for file in README.txt bin/Multimedia.dll bin/ndi-probe.exe ndi-local/Processing
     expect "the package has $file" [ -s "$file" ]
 done
 # README.txt names folders and files as Windows does.
-while read -r named; do
-    expect "README.txt speaks of $named, which is there" [ -e "${named//\\//}" ]
-done < <(grep -o -E '\b(bin|examples|docs|qml)\\[A-Za-z.\\-]+[a-z]' README.txt |
+mapfile -t named_files < <(grep -o -E '\b(bin|examples|docs|qml)\\[A-Za-z.\\-]+[a-z]' README.txt |
     sed -E 's/^(bin\\(tavrin-host|ndi-[a-z]+))$/\1.exe/' | sort -u)
+expect "README.txt names files" [ ${#named_files[@]} -gt 0 ]
+for named in "${named_files[@]}"; do
+    expect "README.txt speaks of $named, which is there" [ -e "${named//\\//}" ]
+done
 
 # run_host ARGUMENT...: as run does, and has Wine print from where the host takes its libraries.
 run_host() { run env WINEDEBUG=-all,+loaddll "$source/tools/wine" bin/tavrin-host.exe --quiet "$@"; }
