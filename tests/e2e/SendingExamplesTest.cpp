@@ -22,6 +22,10 @@ namespace
 
 constexpr pattern::FrameRate Rate{50, 1}; // of the inputs
 
+// Of so many stretches one has to be without fault: a machine that is busy with other things loses frames for a while,
+// or has lights late, but not all the time.
+constexpr int Stretches = 4;
+
 QJsonObject readJson(const QString &path)
 {
     QFile file(path);
@@ -75,18 +79,9 @@ QJsonObject watch(const QString &name, const QString &json)
     return readJson(json);
 }
 
-TEST_F(SendingExamples, SendPublishesThePatternWithoutGapsAndItsToneInStep)
+// What holds of the example however busy the machine is, and whether nothing is missing.
+bool isComplete(const QJsonObject &seen)
 {
-    const QString name = uniqueName("send example");
-    Child host(TAVRIN_HOST_PROGRAM, {"--quiet", TAVRIN_EXAMPLES "/send.qml", name});
-    QJsonObject seen = watch(name, path("recv.json"));
-    // A machine that is busy with other things may lose frames for a while, but not all the time. With a sanitizer it
-    // does not come up with this rate at all.
-    const auto isComplete = [&] { return seen["gaps"].toInt() == 0 && seen["audioGaps"].toInt() == 0; };
-    for (int more = 9; more > 0 && !isComplete() && !TAVRIN_IS_SANITIZED; --more)
-        seen = watch(name, path("recv.json"));
-    EXPECT_TRUE(isComplete() || TAVRIN_IS_SANITIZED)
-        << seen["gaps"].toInt() << " and " << seen["audioGaps"].toInt() << " gaps";
     EXPECT_EQ(seen["subtype"].toString(), "UYVY");
     EXPECT_EQ(seen["width"].toInt(), 1920);
     EXPECT_EQ(seen["height"].toInt(), 1080);
@@ -95,11 +90,27 @@ TEST_F(SendingExamples, SendPublishesThePatternWithoutGapsAndItsToneInStep)
     EXPECT_EQ(seen["fields"].toString(), "progressive");
     EXPECT_EQ(seen["sampleRate"].toInt(), 48000);
     EXPECT_EQ(seen["channels"].toInt(), 2);
+    EXPECT_EQ(seen["formatChanges"].toInt(-1), 0);
+    EXPECT_EQ(seen["reconnects"].toInt(-1), 0);
+    EXPECT_EQ(seen["restarts"].toInt(-1), 0);
+    EXPECT_EQ(seen["audioRestarts"].toInt(-1), 0);
+    EXPECT_EQ(seen["repeatedFrames"].toInt(-1), 0);
     EXPECT_GT(seen["videoFrames"].toInt(), 0);
     EXPECT_EQ(seen["codedFrames"].toInt(), seen["videoFrames"].toInt());
-    EXPECT_EQ(seen["repeatedFrames"].toInt(), 0);
-    EXPECT_TRUE(seen["avOffsetMs"].isDouble() || TAVRIN_IS_SANITIZED);
-    EXPECT_NEAR(seen["avOffsetMs"].toDouble(), 0, 0.2);
+    EXPECT_GT(seen["audioFrames"].toInt(), 0);
+    EXPECT_NEAR(seen["avOffsetMs"].toDouble(0), 0, 0.2); // a beep or a flash that is lost tells nothing
+    return seen["gaps"].toInt(-1) == 0 && seen["audioGaps"].toInt(-1) == 0 && seen["avOffsetMs"].isDouble();
+}
+
+TEST_F(SendingExamples, SendPublishesThePatternWithoutGapsAndItsToneInStep)
+{
+    const QString name = uniqueName("send example");
+    Child host(TAVRIN_HOST_PROGRAM, {"--quiet", TAVRIN_EXAMPLES "/send.qml", name});
+    bool complete = isComplete(watch(name, path("recv.json")));
+    // With a sanitizer no machine comes up with this rate.
+    for (int more = Stretches - 1; more > 0 && !complete && !TAVRIN_IS_SANITIZED && !HasFailure(); --more)
+        complete = isComplete(watch(name, path("recv.json")));
+    EXPECT_TRUE(complete || TAVRIN_IS_SANITIZED) << "a gap in each stretch";
     ASSERT_TRUE(endsWhenAsked(host));
     EXPECT_EQ(host.process().exitCode(), 0);
 }
@@ -177,6 +188,7 @@ void lookAtPictures(const std::deque<ReceivedPicture> &pictures, Stretch &stretc
         const auto code = exactPattern(picture, Rate);
         ASSERT_TRUE(code);
         if (last && picture.metadata == lastInput) {
+            ASSERT_GT(code->frame, last->frame); // no machine is too busy for that
             stretch.lostPictures += code->frame == last->frame + 1 ? 0 : 1;
         } else if (last) {
             ++stretch.switches;
@@ -192,8 +204,10 @@ void lookAtSound(const std::deque<ReceivedSound> &pieces, Stretch &stretch)
     for (std::size_t i = 1; i < pieces.size(); ++i) {
         const NDIlib_audio_frame_v2_t &last = pieces[i - 1].header;
         const long long end = last.timecode + pattern::HnsPerSecond * last.no_samples / last.sample_rate;
-        if (pieces[i].metadata == pieces[i - 1].metadata && pieces[i].header.timecode != end)
-            ++stretch.soundGaps;
+        if (pieces[i].metadata != pieces[i - 1].metadata)
+            continue;
+        ASSERT_GE(pieces[i].header.timecode, end); // likewise
+        stretch.soundGaps += pieces[i].header.timecode == end ? 0 : 1;
     }
 }
 
@@ -207,6 +221,7 @@ Stretch stretchOf(TestReceiver &receiver, std::size_t switches)
     Stretch stretch;
     lookAtPictures(receiver.takePictures(), stretch);
     lookAtSound(receiver.takeSound(), stretch);
+    EXPECT_GE(stretch.switches + 1, static_cast<int>(switches)); // the last may be on its way
     return stretch;
 }
 
@@ -225,11 +240,9 @@ TEST_F(SendingExamples, MixerSwitchesItsInputsWithoutAGap)
     Child watcher(TAVRIN_RECV_PROGRAM, receiverArguments(out, path("recv.json")));
     ASSERT_TRUE(tells(watcher, "video: "));
 
-    // A machine that is busy with other things may lose frames at times, but not all the time.
     Stretch seen = stretchOf(receiver, 5);
-    for (int more = 5; more > 0 && !seen.isComplete() && !HasFatalFailure(); --more)
+    for (int more = Stretches - 1; more > 0 && !seen.isComplete() && !HasFailure(); --more)
         seen = stretchOf(receiver, 5);
-    EXPECT_GE(seen.switches, 4);
     EXPECT_EQ(seen.lostPictures, 0);
     EXPECT_EQ(seen.lateSwitches, 0);
     EXPECT_EQ(seen.soundGaps, 0);
@@ -259,13 +272,12 @@ struct MixerInput {
 };
 
 // Waits until the mixer has switched to that input and looks at the lights in the middle of its time on air, as the
-// light and the picture do not come at the same moment. A machine that is busy with other things may have them late at
-// times, but not all the time.
+// light and the picture do not come at the same moment.
 bool lightsFollow(const TestReceiver &receiver, const MixerInput &onAir, const MixerInput &next)
 {
     constexpr std::size_t halfOfTheTime = 25; // pictures
     const auto isOnAir = [&] { return receiver.newestPicture().metadata == onAir.metadata; };
-    for (int stretches = 5; stretches > 0; --stretches) {
+    for (int stretches = Stretches; stretches > 0; --stretches) {
         if (!waitUntil([&] { return !isOnAir(); }, Patience) || !waitUntil(isOnAir, Patience))
             return false;
         const std::size_t middle = receiver.pictureCount() + halfOfTheTime;
