@@ -11,7 +11,7 @@
 #include <gtest/gtest.h>
 
 struct Outcome {
-    int code = -1;
+    int code = -1; // as it is when the program crashed or did not end
     QByteArray output;
     QByteArray errors;
 };
@@ -30,7 +30,8 @@ protected:
             process.waitForFinished();
             return {};
         }
-        return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
+        const bool isNormal = process.exitStatus() == QProcess::NormalExit;
+        return {isNormal ? process.exitCode() : -1, process.readAllStandardOutput(), process.readAllStandardError()};
     }
     // Waits until the program has said that on its standard output; all it said until then.
     static QByteArray outputUntil(QProcess &process, const char *text)
