@@ -4,6 +4,7 @@
 
 #include <future>
 #include <memory>
+#include <utility>
 
 CComPtr<IMFMediaEvent> nextEvent(IMFMediaEventGenerator *generator, std::chrono::milliseconds deadline)
 {
@@ -13,7 +14,7 @@ CComPtr<IMFMediaEvent> nextEvent(IMFMediaEventGenerator *generator, std::chrono:
     const CComPtr<IMFAsyncCallback> subscriber(new FunctionCallback([heard, events](IMFAsyncResult *result) {
         CComPtr<IMFMediaEvent> event;
         events->EndGetEvent(result, &event);
-        heard->set_value(event);
+        heard->set_value(std::move(event)); // nothing is left here that would keep its sample from coming back
     }));
     if (FAILED(generator->BeginGetEvent(subscriber, nullptr)))
         return {};
