@@ -101,8 +101,6 @@ TEST_F(MediaSessionTest, PlaysPictureAndSoundOfTheSource)
 {
     const CComPtr<Grabber> video(new Grabber);
     const CComPtr<Grabber> audio(new Grabber);
-    // In the format that the streams begin with, so that no type changes on the way.
-    const NDIlib_video_frame_v2_t format;
     const auto picture = noise(size_t{1920} * 2 * 1080);
     ASSERT_NO_FATAL_FAILURE(play(parameters(), video, audio));
     for (int frame = 0; frame < 3; ++frame) {
