@@ -15,12 +15,22 @@ function(tavrin_target name)
         -fno-sanitize-recover=all)
       target_link_options(${name} PRIVATE -fsanitize=${TAVRIN_SANITIZE})
     endif()
+    if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+      # It takes the files that are compiled together for headers, in which a name of one file alone were a mistake.
+      target_compile_options(${name} PRIVATE -Wno-subobject-linkage)
+    endif()
     if(TAVRIN_FUZZ)
       target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
     endif()
   endif()
   target_compile_definitions(${name} PRIVATE NOMINMAX WIN32_LEAN_AND_MEAN)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
+endfunction()
+
+# tavrin_compile_one_by_one(NAME...): not several files at a time, for targets whose files give names of their own to
+# things of their own that are other files' too.
+function(tavrin_compile_one_by_one)
+  set_target_properties(${ARGN} PROPERTIES UNITY_BUILD OFF)
 endfunction()
 
 # tavrin_precompile(NAME HEADER...): headers of other projects that most files of a target include. Every file names what

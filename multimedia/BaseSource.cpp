@@ -13,7 +13,7 @@
 namespace
 {
 
-enum class State { Stopped, Started, Paused };
+enum class SourceState { Stopped, Started, Paused };
 
 // What Start, Stop and Pause hand to their asynchronous halves, as the state of the async result.
 // {2F4E6E0B-7B2C-4E83-9C39-5D0C1E7B8A4D}
@@ -99,7 +99,7 @@ public:
         presentationEnded = false;
         const HRESULT hr = source.SelectStreams(operation->descriptor, operation->position, event == MESourceSeeked);
         if (SUCCEEDED(hr))
-            state = State::Started;
+            state = SourceState::Started;
         else
             wanted = state;
         const HRESULT queued = source.QueueEvent(event, GUID_NULL, hr, &operation->position);
@@ -117,9 +117,9 @@ public:
     std::list<std::shared_ptr<tvx::ISourceStream>> retired;
     std::list<tvx::ISourceStream *> announced; // streams that MENewStream was sent for
     CComPtr<IMFPresentationDescriptor> descriptor;
-    State wanted = State::Stopped;  // as the last call of Start, Stop or Pause asked
-    State state = State::Stopped;   // as the asynchronous halves have come
-    bool presentationEnded = false; // MEEndOfPresentation was sent since the last start, seek or stop
+    SourceState wanted = SourceState::Stopped; // as the last call of Start, Stop or Pause asked
+    SourceState state = SourceState::Stopped;  // as the asynchronous halves have come
+    bool presentationEnded = false;            // MEEndOfPresentation was sent since the last start, seek or stop
     bool enabled = true;
     bool shutDown = false;
 };
@@ -209,11 +209,11 @@ HRESULT CBaseSource::Start(IMFPresentationDescriptor *descriptor, const GUID *ti
         return MF_E_INVALIDREQUEST;
     if (!m_impl->descriptor)
         return MF_E_NOT_INITIALIZED;
-    const bool seek = m_impl->wanted != State::Stopped && position->vt == VT_I8;
+    const bool seek = m_impl->wanted != SourceState::Stopped && position->vt == VT_I8;
     const CComPtr<Operation> operation(new Operation(descriptor, *position));
     const HRESULT hr = m_impl->post(this, seek ? &CBaseSource::OnSeek : &CBaseSource::OnStart, operation);
     if (SUCCEEDED(hr))
-        m_impl->wanted = State::Started;
+        m_impl->wanted = SourceState::Started;
     return hr;
 }
 
@@ -224,7 +224,7 @@ HRESULT CBaseSource::Stop()
         return MF_E_SHUTDOWN;
     const HRESULT hr = m_impl->post(this, &CBaseSource::OnStop, CComPtr<Operation>());
     if (SUCCEEDED(hr))
-        m_impl->wanted = State::Stopped;
+        m_impl->wanted = SourceState::Stopped;
     return hr;
 }
 
@@ -233,11 +233,11 @@ HRESULT CBaseSource::Pause()
     const AutoLock lock(m_lock);
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
-    if (m_impl->wanted != State::Started)
+    if (m_impl->wanted != SourceState::Started)
         return MF_E_INVALID_STATE_TRANSITION;
     const HRESULT hr = m_impl->post(this, &CBaseSource::OnPause, CComPtr<Operation>());
     if (SUCCEEDED(hr))
-        m_impl->wanted = State::Paused;
+        m_impl->wanted = SourceState::Paused;
     return hr;
 }
 
@@ -246,10 +246,10 @@ HRESULT CBaseSource::Shutdown()
     const AutoLock lock(m_lock);
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
-    if (m_impl->wanted != State::Stopped || m_impl->state != State::Stopped)
+    if (m_impl->wanted != SourceState::Stopped || m_impl->state != SourceState::Stopped)
         OnStop(nullptr);
     m_impl->shutDown = true;
-    m_impl->wanted = State::Stopped;
+    m_impl->wanted = SourceState::Stopped;
     Uninitialize();
     return m_pEventGenerator ? m_pEventGenerator->Shutdown() : S_OK;
 }
@@ -316,8 +316,8 @@ HRESULT CBaseSource::NotifyStopped(tvx::ISourceStream * /*stream*/)
     for (const auto &stream : m_impl->streams)
         if (stream->IsSelected() && !stream->IsStopped())
             return S_OK;
-    m_impl->wanted = State::Stopped;
-    m_impl->state = State::Stopped;
+    m_impl->wanted = SourceState::Stopped;
+    m_impl->state = SourceState::Stopped;
     return QueueEvent(MESourceStopped, GUID_NULL, S_OK, nullptr);
 }
 
@@ -411,7 +411,7 @@ HRESULT CBaseSource::OnStop(IMFAsyncResult *result)
             hr = stopped;
     }
     m_impl->presentationEnded = false;
-    m_impl->state = State::Stopped;
+    m_impl->state = SourceState::Stopped;
     if (!result)
         return hr;
     const HRESULT queued = QueueEvent(MESourceStopped, GUID_NULL, hr, nullptr);
@@ -432,7 +432,7 @@ HRESULT CBaseSource::OnPause(IMFAsyncResult * /*result*/)
             hr = paused;
     }
     if (SUCCEEDED(hr))
-        m_impl->state = State::Paused;
+        m_impl->state = SourceState::Paused;
     else
         m_impl->wanted = m_impl->state;
     const HRESULT queued = QueueEvent(MESourcePaused, GUID_NULL, hr, nullptr);

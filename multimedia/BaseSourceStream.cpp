@@ -11,7 +11,7 @@
 namespace
 {
 
-enum class State { Stopped, Running, Paused };
+enum class StreamState { Stopped, Running, Paused };
 
 } // namespace
 
@@ -47,7 +47,7 @@ public:
     // run. The lock must be held.
     bool takesDeliveries(const tvx::ISourceStream *stream) const
     {
-        return selected && state != State::Stopped && !DeliveryScope::isFlushed(stream);
+        return selected && state != StreamState::Stopped && !DeliveryScope::isFlushed(stream);
     }
 
     tvx::ISource *const source;
@@ -60,7 +60,7 @@ public:
     CD3D11DeviceManager *d3dManager = nullptr; // one of d3dManagers
     // All that were ever set: a frame may be under way with one when another is set or the stream is shut down.
     std::vector<std::unique_ptr<CD3D11DeviceManager>> d3dManagers;
-    State state = State::Stopped;
+    StreamState state = StreamState::Stopped;
     bool selected = false;
     bool ended = false;
     bool shutDown = false;
@@ -153,7 +153,7 @@ HRESULT CBaseSourceStream::RequestSample(IUnknown *token)
             return MF_E_SHUTDOWN;
         if (!m_impl->selected)
             return MF_E_INVALIDREQUEST;
-        if (m_impl->state == State::Stopped)
+        if (m_impl->state == StreamState::Stopped)
             return MF_E_MEDIA_SOURCE_WRONGSTATE;
         if (m_impl->ended)
             return MF_E_END_OF_STREAM;
@@ -258,7 +258,7 @@ bool CBaseSourceStream::IsEnded() const
 bool CBaseSourceStream::IsStopped() const
 {
     const AutoLock lock(m_streamLock);
-    return m_impl->state == State::Stopped;
+    return m_impl->state == StreamState::Stopped;
 }
 
 HRESULT CBaseSourceStream::Start(const PROPVARIANT &position)
@@ -266,9 +266,9 @@ HRESULT CBaseSourceStream::Start(const PROPVARIANT &position)
     const AutoLock lock(m_streamLock);
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
-    if (m_impl->state == State::Stopped)
+    if (m_impl->state == StreamState::Stopped)
         m_impl->ended = false;
-    m_impl->state = State::Running;
+    m_impl->state = StreamState::Running;
     return QueueEvent(MEStreamStarted, GUID_NULL, S_OK, &position);
 }
 
@@ -278,7 +278,7 @@ HRESULT CBaseSourceStream::Stop()
         const AutoLock lock(m_streamLock);
         if (m_impl->shutDown)
             return MF_E_SHUTDOWN;
-        m_impl->state = State::Stopped;
+        m_impl->state = StreamState::Stopped;
     }
     const HRESULT hr = m_requestManager->Flush();
     if (FAILED(hr))
@@ -292,9 +292,9 @@ HRESULT CBaseSourceStream::Pause()
     const AutoLock lock(m_streamLock);
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
-    if (m_impl->state == State::Stopped)
+    if (m_impl->state == StreamState::Stopped)
         return MF_E_INVALID_STATE_TRANSITION;
-    m_impl->state = State::Paused;
+    m_impl->state = StreamState::Paused;
     return QueueEvent(MEStreamPaused, GUID_NULL, S_OK, nullptr);
 }
 
@@ -311,7 +311,7 @@ HRESULT CBaseSourceStream::Seek(const PROPVARIANT &position)
     if (m_impl->shutDown)
         return MF_E_SHUTDOWN;
     m_impl->ended = false;
-    m_impl->state = State::Running;
+    m_impl->state = StreamState::Running;
     return QueueEvent(MEStreamSeeked, GUID_NULL, S_OK, &position);
 }
 
@@ -404,7 +404,7 @@ HRESULT CBaseSourceStream::Shutdown()
         if (m_impl->shutDown)
             return MF_E_SHUTDOWN;
         m_impl->shutDown = true;
-        m_impl->state = State::Stopped;
+        m_impl->state = StreamState::Stopped;
     }
     m_requestManager->Shutdown();
     Uninitialize();

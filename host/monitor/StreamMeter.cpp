@@ -8,7 +8,6 @@ namespace host
 namespace
 {
 
-constexpr double HnsPerMs = 10000.0;
 constexpr long long Second = 10000000;
 constexpr long long LargestGap = 10 * Second;
 constexpr double LagSmoothing = 1.0 / 16.0;

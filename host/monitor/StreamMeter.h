@@ -9,6 +9,8 @@
 namespace host
 {
 
+inline constexpr double HnsPerMs = 10000.0;
+
 // What is known about a stream by the times of its samples. All of it is of fixed size.
 struct StreamFigures {
     std::uint64_t samples = 0;

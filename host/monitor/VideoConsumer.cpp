@@ -8,11 +8,6 @@
 namespace host
 {
 
-namespace
-{
-constexpr double HnsPerMs = 10000.0;
-} // namespace
-
 HnsTime steadyNow()
 {
     return static_cast<long long>(pattern::steadyNowHns());

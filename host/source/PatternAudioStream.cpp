@@ -11,7 +11,7 @@ namespace host
 namespace
 {
 constexpr DWORD AudioStreamId = 1;
-constexpr DWORD PoolSize = 5;
+constexpr DWORD SoundPoolSize = 5;
 } // namespace
 
 PatternAudioStream::PatternAudioStream(tvx::ISource *source, const PatternSettings &settings,
@@ -19,7 +19,7 @@ PatternAudioStream::PatternAudioStream(tvx::ISource *source, const PatternSettin
     : PatternStream(source, AudioStreamId, settings, std::move(pace),
                     tvx::MFMessageQueue(tvx::MFMessageQueue::Type::Serial, 0)),
       m_tone(settings.sampleRate),
-      m_pool(tvx::createFlexibleSamplePool(static_cast<IMFMediaStream *>(this), {}, PoolSize))
+      m_pool(tvx::createFlexibleSamplePool(static_cast<IMFMediaStream *>(this), {}, SoundPoolSize))
 {
 }
 

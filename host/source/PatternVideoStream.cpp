@@ -16,7 +16,7 @@ namespace
 {
 
 constexpr DWORD VideoStreamId = 0;
-constexpr DWORD PoolSize = 5;
+constexpr DWORD PicturePoolSize = 5;
 
 pattern::PixelLayout layoutOf(const GUID &subtype)
 {
@@ -36,7 +36,7 @@ PatternVideoStream::PatternVideoStream(tvx::ISource *source, const PatternSettin
       m_picture(layoutOf(settings.subtype), settings.width, settings.height),
       m_pool(tvx::createFixedSizeSamplePool(
           static_cast<IMFMediaStream *>(this), {}, [this](IMFSample **sample) { return createSample(sample); },
-          PoolSize))
+          PicturePoolSize))
 {
 }
 

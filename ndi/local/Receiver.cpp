@@ -13,7 +13,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds lookPeriod{50};
-constexpr std::chrono::milliseconds idlePeriod{500};
+constexpr std::chrono::milliseconds mappingLookPeriod{500};
 constexpr std::chrono::seconds mappingIdleTime{3}; // before the sender gives the slot back: see Sender
 
 } // namespace
@@ -94,7 +94,7 @@ void Receiver::look()
 
 void Receiver::dropIdleLater()
 {
-    m_idleTimer.expires_after(idlePeriod);
+    m_idleTimer.expires_after(mappingLookPeriod);
     m_idleTimer.async_wait([this](const boost::system::error_code &error) {
         if (error)
             return;

@@ -19,7 +19,7 @@ constexpr FrameSlots::Limits videoLimits{64, 2ULL << 30};
 constexpr FrameSlots::Limits audioLimits{256, 512 << 20};
 constexpr std::size_t maximumConnections = 512;
 constexpr std::chrono::milliseconds acceptPause{100};
-constexpr std::chrono::milliseconds idlePeriod{500};
+constexpr std::chrono::milliseconds slotLookPeriod{500};
 // Receivers have let go by then. Where a mapped file cannot be removed, one that is still mapped stays until the
 // sender's record is gone.
 constexpr std::chrono::seconds slotIdleTime{5};
@@ -216,7 +216,7 @@ void Sender::acceptLater()
 // What a stall has made the sender take, it does not keep.
 void Sender::freeIdleLater()
 {
-    m_idleTimer.expires_after(idlePeriod);
+    m_idleTimer.expires_after(slotLookPeriod);
     m_idleTimer.async_wait([this](const boost::system::error_code &error) {
         if (error)
             return;

@@ -9,7 +9,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds helloTime{2000};
-constexpr std::size_t bodyLimit = sizeof(Hello); // the longest message to a sender
+constexpr std::size_t longestRequest = sizeof(Hello); // of a receiver to a sender
 
 // What a receiver queues, what its application holds, and what is on its way.
 std::size_t announcedLimit(MessageType type)
@@ -32,7 +32,7 @@ std::uint32_t kindOf(MessageType type)
 } // namespace
 
 SenderConnection::SenderConnection(boost::asio::ip::tcp::socket socket, Owner &owner, const SenderRecord &record)
-    : m_owner(owner), m_record(record), m_stream(MessageStream::make(std::move(socket), *this, bodyLimit))
+    : m_owner(owner), m_record(record), m_stream(MessageStream::make(std::move(socket), *this, longestRequest))
 {
     m_stream->setDeadline(helloTime);
     m_stream->startReading();

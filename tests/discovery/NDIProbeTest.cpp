@@ -2,6 +2,7 @@
 
 #include "hostfw/MediaTypeText.h"
 #include "tests/support/EventLoop.h"
+#include "tests/support/TypeAttributes.h"
 
 #include <QtCore/QMetaMethod>
 #include <QtCore/QThread>
@@ -18,13 +19,6 @@ bool isOfSubtype(IMFMediaType *type, const GUID &subtype)
 {
     GUID value = GUID_NULL;
     return SUCCEEDED(type->GetGUID(MF_MT_SUBTYPE, &value)) && IsEqualGUID(value, subtype);
-}
-
-UINT32 numberOf(IMFAttributes *type, const GUID &key)
-{
-    UINT32 value = 0xdeadbeef;
-    type->GetUINT32(key, &value);
-    return value;
 }
 
 bool hasFrameMetadata(IMFAttributes *type)

@@ -1,6 +1,7 @@
 #include "format/MediaTypes.h"
 #include "format/VideoFormat.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/TypeAttributes.h"
 
 #include <gtest/gtest.h>
 
@@ -29,13 +30,6 @@ GUID guidOf(IMFAttributes *type, const GUID &key)
 {
     GUID value = GUID_NULL;
     type->GetGUID(key, &value);
-    return value;
-}
-
-UINT32 numberOf(IMFAttributes *type, const GUID &key)
-{
-    UINT32 value = 0xdeadbeef;
-    type->GetUINT32(key, &value);
     return value;
 }
 

@@ -12,8 +12,6 @@ using namespace ndi_test;
 namespace
 {
 
-constexpr std::chrono::milliseconds patience{peerPatienceMs};
-
 class Farewell : public SenderAndRawPeer
 {
 protected:
@@ -43,7 +41,7 @@ protected:
     // From then on the sender waits for its receivers only.
     bool waitUntilUnlisted() const
     {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
+        const auto deadline = std::chrono::steady_clock::now() + peerPatience;
         while (isListed()) {
             if (std::chrono::steady_clock::now() > deadline)
                 return false;
@@ -74,7 +72,7 @@ TEST_F(Farewell, TheLastFrameWaitsForAReceiverThatIsSlowToTakeIt)
     ASSERT_NE(memory, nullptr);
     EXPECT_EQ(memory->data()[0], 77);
     receiver.close();
-    EXPECT_EQ(destroyed.wait_for(patience), std::future_status::ready);
+    EXPECT_EQ(destroyed.wait_for(peerPatience), std::future_status::ready);
 }
 
 TEST_F(Farewell, AllThatWaitsForAReceiverIsSentBeforeTheEnd)
@@ -91,7 +89,7 @@ TEST_F(Farewell, AllThatWaitsForAReceiverIsSentBeforeTheEnd)
     EXPECT_EQ(readRecord<VideoAnnouncement>(announced.body)->timecode, 13);
     EXPECT_TRUE(isClosedByPeer(receiver));
     receiver.close();
-    EXPECT_EQ(destroyed.wait_for(patience), std::future_status::ready);
+    EXPECT_EQ(destroyed.wait_for(peerPatience), std::future_status::ready);
 }
 
 TEST_F(Farewell, AReceiverThatHangsDoesNotKeepItsSender)
@@ -99,7 +97,7 @@ TEST_F(Farewell, AReceiverThatHangsDoesNotKeepItsSender)
     const auto receiver = connectAsReceiver();
     sendVideo(1);
     auto destroyed = destroySoon();
-    EXPECT_EQ(destroyed.wait_for(patience), std::future_status::ready);
+    EXPECT_EQ(destroyed.wait_for(peerPatience), std::future_status::ready);
     EXPECT_TRUE(receiver.is_open());
 }
 

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -18,6 +19,7 @@ namespace ndi_test
 {
 
 constexpr std::uint32_t peerPatienceMs = 10000;
+constexpr std::chrono::milliseconds peerPatience{peerPatienceMs};
 
 std::string uniquePeerName();
 std::string message(localndi::MessageType type, std::string_view body);

@@ -17,8 +17,6 @@ using boost::asio::ip::tcp;
 namespace
 {
 
-constexpr std::chrono::milliseconds patience{peerPatienceMs};
-
 bool isListed(const SenderRecord &wanted)
 {
     const auto records = Registry().records();
@@ -55,7 +53,7 @@ public:
         m_record.password = makeSecret();
         m_record.signature = makeSecret();
         const Registry registry;
-        const Registry::Lock lock(registry, patience);
+        const Registry::Lock lock(registry, peerPatience);
         EXPECT_TRUE(registry.publish(lock, m_record));
         accept();
     }
@@ -107,7 +105,7 @@ protected:
     template <typename Condition>
     bool runUntil(Condition condition)
     {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
+        const auto deadline = std::chrono::steady_clock::now() + peerPatience;
         while (!condition()) {
             if (std::chrono::steady_clock::now() > deadline)
                 return false;

@@ -60,7 +60,7 @@ TEST_F(HardwareSamplesTest, HardwareSamplesAnnounceUyvyAsYuy2AndFollowTheHostToN
 TEST_F(HardwareSamplesTest, EachHardwareConversionIsTheFrameworksOwn)
 {
     auto bytes = noise(64 * 2 * 36);
-    auto frame = videoFrame(64, 36, second);
+    auto frame = videoFrame(64, 36, oneSecond);
     frame.p_data = bytes.data();
     const auto converted = [&](const GUID &subtype, size_t size) {
         std::vector<uint8_t> picture(size, 0xcc);
@@ -90,7 +90,7 @@ TEST_F(HardwareSamplesTest, HardwareSamplesLandInTexturesConvertedByteForByte)
     ASSERT_EQ(S_OK, source->SetD3DManager(deviceManager()));
     start(source);
     auto bytes = noise(64 * 2 * 36);
-    ndi.pushVideo(videoFrame(64, 36, second), bytes);
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), bytes);
     const auto sample = requestSample(streams[0]);
     const D3D11_TEXTURE2D_DESC texture = textureOf(sample);
     EXPECT_EQ(DXGI_FORMAT_YUY2, texture.Format);
@@ -129,13 +129,13 @@ TEST_F(HardwareSamplesTest, FramesUnderATypeThatUyvyCannotBecomeFlowOnAsSamplesO
     useHardware();
     ASSERT_EQ(S_OK, source->SetD3DManager(deviceManager()));
     start(source);
-    auto frame = videoFrame(64, 36, second);
+    auto frame = videoFrame(64, 36, oneSecond);
     frame.picture_aspect_ratio = 64.0F / 36.0F;
     ndi.pushVideo(frame, noise(64 * 2 * 36));
     ASSERT_TRUE(requestSample(streams[0]));
     auto *const stream = static_cast<tvx::ISourceStream *>(streams[0].p);
     ASSERT_EQ(MF_E_UNSUPPORTED_D3D_TYPE, stream->SetMediaType(videoType(MFVideoFormat_RGB32)));
-    frame.timecode += second;
+    frame.timecode += oneSecond;
     ndi.pushVideo(frame, noise(64 * 2 * 36));
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     const auto event = nextEvent(streams[0]);
@@ -164,13 +164,13 @@ TEST_F(HardwareSamplesTest, AHostThatChoosesNv12GetsItForTheFramesThatFollow)
     ASSERT_EQ(S_OK, source->SetD3DManager(deviceManager()));
     start(source);
     const auto bytes = noise(64 * 2 * 36);
-    auto frame = videoFrame(64, 36, second);
+    auto frame = videoFrame(64, 36, oneSecond);
     frame.picture_aspect_ratio = 64.0F / 36.0F;
     ndi.pushVideo(frame, bytes);
     ASSERT_TRUE(requestSample(streams[0]));
     auto *const stream = static_cast<tvx::ISourceStream *>(streams[0].p);
     ASSERT_EQ(S_OK, stream->SetMediaType(videoType(MFVideoFormat_NV12)));
-    frame.timecode += second;
+    frame.timecode += oneSecond;
     ndi.pushVideo(frame, bytes);
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     const auto event = nextEvent(streams[0]);
@@ -191,14 +191,14 @@ TEST_F(HardwareSamplesTest, BehindAFrameThatGotNoTextureTheFormerFormatIsAnnounc
     ASSERT_EQ(S_OK, source->SetD3DManager(manager));
     start(source);
     const auto bytes = noise(64 * 2 * 36);
-    ndi.pushVideo(videoFrame(64, 36, second), bytes);
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), bytes);
     ASSERT_TRUE(requestSample(streams[0]));
     ASSERT_EQ(S_OK, source->SetD3DManager(nullptr));
-    ndi.pushVideo(videoFrame(32, 36, 2 * second), bytes);
+    ndi.pushVideo(videoFrame(32, 36, 2 * oneSecond), bytes);
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     ASSERT_TRUE(log.waitFor(QtCriticalMsg, sourceLog, " [m_samplePool->Pop(&poolSample)] (HR=0x80004003)"));
     ASSERT_EQ(S_OK, source->SetD3DManager(manager));
-    ndi.pushVideo(videoFrame(64, 36, 3 * second), bytes);
+    ndi.pushVideo(videoFrame(64, 36, 3 * oneSecond), bytes);
     const std::vector<MediaEventType> expected = {MEStreamFormatChanged, MEStreamFormatChanged, MEMediaSample};
     EXPECT_EQ(expected, eventsUpTo(streams[0], MEMediaSample));
 }
@@ -208,7 +208,7 @@ TEST_F(HardwareSamplesTest, WithoutADeviceManagerNoFrameIsDeliveredAndTheReasonI
     useHardware();
     VideoStream &stream = videoStream();
     auto bytes = noise(64 * 2 * 36);
-    auto frame = videoFrame(64, 36, second);
+    auto frame = videoFrame(64, 36, oneSecond);
     frame.p_data = bytes.data();
     EXPECT_EQ(E_POINTER, stream.processFrame(frame, nullptr));
     EXPECT_EQ(1, log.count(QtCriticalMsg, sourceLog, " [d3dDeviceManager is null]"));
@@ -231,7 +231,7 @@ TEST_F(HardwareSamplesTest, LinesThatEndWithinAGroupOfPixelsAreRefused)
     useHardware();
     VideoStream &stream = videoStream();
     auto bytes = noise(63 * 2 * 36);
-    auto frame = videoFrame(63, 36, second);
+    auto frame = videoFrame(63, 36, oneSecond);
     frame.p_data = bytes.data();
     EXPECT_EQ(E_INVALIDARG, stream.processFrame(frame, nullptr));
 }
@@ -242,6 +242,6 @@ TEST_F(HardwareSamplesTest, ABgraFrameIsCopiedIntoItsTexture)
     ASSERT_EQ(S_OK, source->SetD3DManager(deviceManager()));
     start(source);
     const auto bytes = noise(64 * 4 * 36);
-    ndi.pushVideo(videoFrame(64, 36, second, NDIlib_FourCC_video_type_BGRA), bytes);
+    ndi.pushVideo(videoFrame(64, 36, oneSecond, NDIlib_FourCC_video_type_BGRA), bytes);
     EXPECT_EQ(bytes, pictureOf(requestSample(streams[0]), 256, 36));
 }

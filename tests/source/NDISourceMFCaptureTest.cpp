@@ -9,8 +9,6 @@
 namespace
 {
 
-constexpr LONGLONG second = 10'000'000;
-
 class NDISourceMFCaptureTest : public SourceTest
 {
 };
@@ -56,7 +54,7 @@ TEST_F(NDISourceMFCaptureTest, AFirstFrameWithoutATimecodeCountsTheTimeSinceTheR
     start(source);
     const LONGLONG pushed = timeAfter(afterMaking);
     ndi.pushVideo(videoFrame(64, 36, 0), noise(64 * 2 * 36));
-    constexpr LONGLONG timecode = 700 * second;
+    constexpr LONGLONG timecode = 700 * oneSecond;
     ndi.pushVideo(videoFrame(64, 36, timecode), noise(64 * 2 * 36));
     const LONGLONG first = timeOf(requestSample(streams[0]));
     const LONGLONG received = HnsTime::systemTime();
@@ -75,7 +73,7 @@ TEST_F(NDISourceMFCaptureTest, ALaterFrameWithoutATimecodeTakesTheTimeSinceTheRe
     const LONGLONG afterMaking = HnsTime::systemTime();
     start(source);
     // An origin before zero, so that the rebased time is later than the first sample's and stays as it is.
-    constexpr LONGLONG timecode = -700 * second;
+    constexpr LONGLONG timecode = -700 * oneSecond;
     ndi.pushVideo(videoFrame(64, 36, timecode), noise(64 * 2 * 36));
     const LONGLONG origin = timecode - timeOf(requestSample(streams[0]));
     const LONGLONG pushed = HnsTime::systemTime();
@@ -93,8 +91,8 @@ TEST_F(NDISourceMFCaptureTest, AStreamThatWaitsForVideoReadsOnAndAudioIsDelivere
     start(source);
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     for (int index = 0; index < 3; ++index)
-        ndi.pushAudio(audioFrame(48000, 2, 480, second + index * 100'000), tone(2, 480));
-    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+        ndi.pushAudio(audioFrame(48000, 2, 480, oneSecond + index * 100'000), tone(2, 480));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), noise(64 * 2 * 36));
     EXPECT_TRUE(nextSample(streams[0]));
     for (int index = 0; index < 3; ++index)
         EXPECT_TRUE(requestSample(streams[1]));
@@ -107,8 +105,8 @@ TEST_F(NDISourceMFCaptureTest, FramesOfAStreamThatIsNotThereAreGivenBack)
 {
     const auto source = makeSource(parameters(true, false));
     start(source);
-    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
-    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    ndi.pushAudio(audioFrame(48000, 2, 480, oneSecond), tone(2, 480));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), noise(64 * 2 * 36));
     EXPECT_TRUE(requestSample(streams[0]));
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.freedFrames == 2; }));
     source->Shutdown();
@@ -126,7 +124,7 @@ TEST_F(NDISourceMFCaptureTest, MetadataIsEmittedWithoutItsTerminatingZeroAndEmpt
     start(source);
     ndi.pushMetadata("<hello/>");
     ndi.pushMetadata("");
-    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), noise(64 * 2 * 36));
     EXPECT_TRUE(requestSample(streams[0]));
     const std::lock_guard<std::mutex> lock(mutex);
     ASSERT_EQ(2u, received.size());
@@ -158,7 +156,7 @@ TEST_F(NDISourceMFCaptureTest, StatusChangesAndTimeoutsOnlyReadOn)
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     ndi.pushType(NDIlib_frame_type_status_change);
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.captures >= 3; }));
-    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), noise(64 * 2 * 36));
     EXPECT_TRUE(nextSample(streams[0]));
     source->Shutdown();
 }
@@ -191,8 +189,8 @@ TEST_F(NDISourceMFCaptureTest, LongMixedTrafficLeavesNoReadsBehind)
     for (int round = 0; round < rounds; ++round) {
         ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
         ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
-        ndi.pushAudio(audioFrame(48000, 2, 48, second + round * 10'000), tone(2, 48));
-        ndi.pushVideo(videoFrame(64, 36, second + round * 10'000), noise(64 * 2 * 36));
+        ndi.pushAudio(audioFrame(48000, 2, 48, oneSecond + round * 10'000), tone(2, 48));
+        ndi.pushVideo(videoFrame(64, 36, oneSecond + round * 10'000), noise(64 * 2 * 36));
         ASSERT_TRUE(nextSample(streams[0]));
         ASSERT_TRUE(nextSample(streams[1]));
     }
@@ -208,10 +206,10 @@ TEST_F(NDISourceMFCaptureTest, TheFirstFrameOfEitherKindFixesTheOriginOfBoth)
 {
     const auto source = makeSource();
     start(source);
-    ndi.pushAudio(audioFrame(48000, 2, 480, 700 * second), tone(2, 480));
-    ndi.pushVideo(videoFrame(64, 36, 703 * second), noise(64 * 2 * 36));
+    ndi.pushAudio(audioFrame(48000, 2, 480, 700 * oneSecond), tone(2, 480));
+    ndi.pushVideo(videoFrame(64, 36, 703 * oneSecond), noise(64 * 2 * 36));
     const LONGLONG audio = timeOf(requestSample(streams[1]));
-    EXPECT_EQ(audio + 3 * second, timeOf(requestSample(streams[0])));
+    EXPECT_EQ(audio + 3 * oneSecond, timeOf(requestSample(streams[0])));
     source->Shutdown();
 }
 
@@ -219,7 +217,7 @@ TEST_F(NDISourceMFCaptureTest, EveryFrameIsLoggedWithItsTimeSinceTheOriginAndIts
 {
     const auto source = makeSource(parameters(true, false));
     start(source);
-    ndi.pushVideo(videoFrame(64, 36, 700 * second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, 700 * oneSecond), noise(64 * 2 * 36));
     const LONGLONG time = timeOf(requestSample(streams[0]));
     EXPECT_EQ(1,
               log.count(QtDebugMsg, sourceLog, QStringLiteral("Video frame read: %1ms (700000ms)").arg(time / 10'000)));
@@ -230,7 +228,7 @@ TEST_F(NDISourceMFCaptureTest, EveryAudioFrameIsLoggedAsOne)
 {
     const auto source = makeSource(parameters(false, true));
     start(source);
-    ndi.pushAudio(audioFrame(48000, 2, 480, 700 * second), tone(2, 480));
+    ndi.pushAudio(audioFrame(48000, 2, 480, 700 * oneSecond), tone(2, 480));
     const LONGLONG time = timeOf(requestSample(streams[0]));
     EXPECT_EQ(1,
               log.count(QtDebugMsg, sourceLog, QStringLiteral("Audio frame read: %1ms (700000ms)").arg(time / 10'000)));
@@ -241,8 +239,8 @@ TEST_F(NDISourceMFCaptureTest, NoLineNamesAPlaceInTheCode)
 {
     const auto source = makeSource(parameters(true, false));
     start(source);
-    ndi.pushVideo(videoFrame(64, 36, second, NDIlib_FourCC_video_type_RGBA), noise(64 * 4 * 36));
-    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond, NDIlib_FourCC_video_type_RGBA), noise(64 * 4 * 36));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), noise(64 * 2 * 36));
     ASSERT_TRUE(requestSample(streams[0]));
     source->Shutdown();
     const auto lines = log.lines();
@@ -267,7 +265,7 @@ TEST_F(NDISourceMFCaptureTest, AnAudioFrameIsGivenBackWhenItsDeliveryThrows)
 {
     const auto source = makeSource(parameters(false, true));
     ndi.setInterleaveHook([] { throw std::runtime_error("no conversion"); });
-    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+    ndi.pushAudio(audioFrame(48000, 2, 480, oneSecond), tone(2, 480));
     EXPECT_THROW(source->captureFrame(NDIlib_frame_type_audio), std::runtime_error);
     EXPECT_EQ(1, ndi.calls().freedFrames);
     source->Shutdown();
@@ -277,9 +275,9 @@ TEST_F(NDISourceMFCaptureTest, AFrameThatItsStreamRefusesIsGivenBackAndTheNextOn
 {
     const auto source = makeSource(parameters(true, false));
     start(source);
-    ndi.pushVideo(videoFrame(64, 36, second, NDIlib_FourCC_video_type_UYVY, 4), noise(64 * 2 * 36));
-    ndi.pushVideo(videoFrame(64, 36, second), {});
-    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond, NDIlib_FourCC_video_type_UYVY, 4), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), {});
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), noise(64 * 2 * 36));
     EXPECT_TRUE(requestSample(streams[0]));
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.freedFrames == 3; }));
     source->Shutdown();
@@ -298,11 +296,11 @@ TEST_F(NDISourceMFCaptureTest, ALostConnectionIsTheEndOfTheData)
 TEST_F(NDISourceMFCaptureTest, OnlyAFrameOfAnotherKindIsReadOnFrom)
 {
     const auto source = makeSource(parameters(false, true));
-    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+    ndi.pushAudio(audioFrame(48000, 2, 480, oneSecond), tone(2, 480));
     EXPECT_EQ(S_OK, source->captureFrame(NDIlib_frame_type_audio));
     EXPECT_EQ(1, ndi.calls().captures);
     ndi.pushMetadata("<hello/>");
-    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+    ndi.pushAudio(audioFrame(48000, 2, 480, oneSecond), tone(2, 480));
     EXPECT_EQ(S_OK, source->captureFrame(NDIlib_frame_type_audio));
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.freedFrames == 3; }));
     EXPECT_EQ(3, ndi.calls().captures);

@@ -8,8 +8,6 @@
 namespace
 {
 
-constexpr LONGLONG second = 10'000'000;
-
 class NDISourceMFLifecycleTest : public SourceTest
 {
 protected:
@@ -68,7 +66,7 @@ TEST_F(NDISourceMFLifecycleTest, StopAndStartMakeANewReceiverAndANewOrigin)
 {
     const auto source = makeSource(parameters(true, false));
     start(source);
-    ndi.pushVideo(videoFrame(64, 36, 900 * second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, 900 * oneSecond), noise(64 * 2 * 36));
     EXPECT_TRUE(requestSample(streams[0]));
     ASSERT_EQ(S_OK, source->Stop());
     ASSERT_TRUE(waitForEvent(source, MESourceStopped));
@@ -77,7 +75,7 @@ TEST_F(NDISourceMFLifecycleTest, StopAndStartMakeANewReceiverAndANewOrigin)
     start(source);
     ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversMade == 2; }));
     // Earlier by far than the first one: with the old origin its time would be negative.
-    ndi.pushVideo(videoFrame(64, 36, 5 * second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, 5 * oneSecond), noise(64 * 2 * 36));
     const LONGLONG time = timeOf(requestSample(streams[0]));
     const LONGLONG received = HnsTime::systemTime();
     EXPECT_GE(time, 0);
@@ -114,10 +112,10 @@ TEST_F(NDISourceMFLifecycleTest, AStartRightBehindAStopHasAReceiver)
         ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
         ASSERT_EQ(S_OK, source->Stop());
         start(source);
-        ndi.pushVideo(videoFrame(64, 36, round * second), noise(64 * 2 * 36));
+        ndi.pushVideo(videoFrame(64, 36, round * oneSecond), noise(64 * 2 * 36));
         ASSERT_TRUE(ndi.waitFor([&](const auto &calls) { return calls.receiversMade == round + 1; })) << round;
     }
-    ndi.pushVideo(videoFrame(64, 36, 100 * second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, 100 * oneSecond), noise(64 * 2 * 36));
     EXPECT_TRUE(requestSample(streams[0]));
     source->Shutdown();
 }

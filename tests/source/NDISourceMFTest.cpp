@@ -63,14 +63,14 @@ TEST_F(NDISourceMFTest, ASenderAtAnotherAddressIsNotTakenAndTheSearchWaitsInStep
 TEST_F(NDISourceMFTest, OfTwoSendersWithTheSameNameAndAddressTheFirstIsTaken)
 {
     // One name to Qt, since neither is UTF-8, but two to whoever looks at the bytes.
-    const std::string first = "Camera \xfe";
-    const std::string second = "Camera \xff";
-    ndi.setSources({{first, "10.0.0.1:5961"}, {second, "10.0.0.1:5961"}});
+    const std::string oneName = "Camera \xfe";
+    const std::string otherName = "Camera \xff";
+    ndi.setSources({{oneName, "10.0.0.1:5961"}, {otherName, "10.0.0.1:5961"}});
     auto params = parameters();
     params.input = NDIInput(QStringLiteral("Camera \ufffd"), params.input.address());
     const auto source = makeSource(params);
     ASSERT_EQ(1U, ndi.calls().connectedTo.size());
-    EXPECT_EQ(first, ndi.calls().connectedTo[0].first);
+    EXPECT_EQ(oneName, ndi.calls().connectedTo[0].first);
 }
 
 TEST_F(NDISourceMFTest, WithoutAStreamConstructionFailsAfterTheReceiverWasMadeAndDestroysItWithTheObject)

@@ -24,11 +24,11 @@ TEST_F(NDISourceStreamAudioTest, AStereoFrameOf1600SamplesIs12800BytesWithoutATy
 {
     start(source);
     const auto values = tone(2, 1600);
-    ndi.pushAudio(audioFrame(48000, 2, 1600, second), values);
+    ndi.pushAudio(audioFrame(48000, 2, 1600, oneSecond), values);
     ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
     EXPECT_EQ((std::vector<MediaEventType>{MEStreamStarted, MEMediaSample}), eventsUpTo(streams[1], MEMediaSample));
 
-    ndi.pushAudio(audioFrame(48000, 2, 1600, 2 * second), values);
+    ndi.pushAudio(audioFrame(48000, 2, 1600, 2 * oneSecond), values);
     const auto sample = requestSample(streams[1]);
     EXPECT_EQ(333'333, durationOf(sample));
     CComPtr<IMFMediaBuffer> buffer;
@@ -47,7 +47,7 @@ TEST_F(NDISourceStreamAudioTest, OneToEightChannelsArriveBitExact)
     start(source);
     for (int channels = 1; channels <= 8; ++channels) {
         const auto values = tone(channels, 441);
-        ndi.pushAudio(audioFrame(44100, channels, 441, channels * second), values);
+        ndi.pushAudio(audioFrame(44100, channels, 441, channels * oneSecond), values);
         const auto sample = requestSample(streams[1]);
         EXPECT_EQ(100'000, durationOf(sample));
         CComPtr<IMFMediaBuffer> buffer;
@@ -64,7 +64,7 @@ TEST_F(NDISourceStreamAudioTest, OneToEightChannelsArriveBitExact)
 TEST_F(NDISourceStreamAudioTest, AnotherSampleRateIsAnnouncedBeforeItsSample)
 {
     start(source);
-    ndi.pushAudio(audioFrame(44100, 2, 441, second), tone(2, 441));
+    ndi.pushAudio(audioFrame(44100, 2, 441, oneSecond), tone(2, 441));
     ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
     EXPECT_EQ((std::vector<MediaEventType>{MEStreamStarted, MEStreamFormatChanged, MEMediaSample}),
               eventsUpTo(streams[1], MEMediaSample));
@@ -74,7 +74,7 @@ TEST_F(NDISourceStreamAudioTest, TwoAudioFramesWithOneTimecodeLieOneDurationApar
 {
     start(source);
     for (int index = 0; index < 2; ++index)
-        ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+        ndi.pushAudio(audioFrame(48000, 2, 480, oneSecond), tone(2, 480));
     const LONGLONG first = timeOf(requestSample(streams[1]));
     EXPECT_EQ(first + 100'000, timeOf(requestSample(streams[1])));
 }
@@ -84,7 +84,7 @@ TEST_F(NDISourceStreamAudioTest, HostileAudioFramesAreRefusedWithoutALine)
     AudioStream &stream = audioStream();
     auto values = tone(2, 480);
     const auto refused = [&](auto &&change) {
-        auto frame = audioFrame(48000, 2, 480, second);
+        auto frame = audioFrame(48000, 2, 480, oneSecond);
         frame.p_data = values.data();
         change(frame);
         return stream.processFrame(frame, nullptr) == E_INVALIDARG;
@@ -117,8 +117,8 @@ TEST_F(NDISourceStreamAudioTest, AnnouncesStereoFloatAt48KhzBeforeAnyFrame)
 TEST_F(NDISourceStreamAudioTest, AFrameWithoutASampleRateIsRefusedAndNothingElseHappens)
 {
     start(source);
-    ndi.pushAudio(audioFrame(0, 2, 480, second), tone(2, 480));
-    ndi.pushAudio(audioFrame(48000, 2, 96, 2 * second), tone(2, 96));
+    ndi.pushAudio(audioFrame(0, 2, 480, oneSecond), tone(2, 480));
+    ndi.pushAudio(audioFrame(48000, 2, 96, 2 * oneSecond), tone(2, 96));
     ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
     EXPECT_EQ((std::vector<MediaEventType>{MEStreamStarted, MEMediaSample}), eventsUpTo(streams[1], MEMediaSample));
     EXPECT_EQ(2, ndi.calls().capturedFrames);
@@ -131,9 +131,9 @@ TEST_F(NDISourceStreamAudioTest, ChannelsThatLieFurtherApartThanTheirSamplesLeav
     constexpr int samples = 100;
     constexpr int stride = 128; // floats
     // Fills the pool's buffer with something to be heard.
-    ndi.pushAudio(audioFrame(48000, 2, stride, second), std::vector<float>(2 * stride, 0.5F));
+    ndi.pushAudio(audioFrame(48000, 2, stride, oneSecond), std::vector<float>(2 * stride, 0.5F));
     ASSERT_TRUE(requestSample(streams[1]));
-    auto frame = audioFrame(48000, 2, samples, 2 * second);
+    auto frame = audioFrame(48000, 2, samples, 2 * oneSecond);
     frame.channel_stride_in_bytes = stride * 4;
     const auto planes = tone(2, stride);
     ndi.pushAudio(frame, planes);
@@ -153,8 +153,8 @@ TEST_F(NDISourceStreamAudioTest, PerFrameMetadataRidesOnTheSampleAsItsPayload)
 {
     start(source);
     const QByteArray payload("\x01\0sound", 7);
-    ndi.pushAudio(audioFrame(48000, 2, 48, second), tone(2, 48), wrapMetadataPayload(payload).constData());
-    ndi.pushAudio(audioFrame(48000, 2, 48, 2 * second), tone(2, 48), "<foreign/>");
+    ndi.pushAudio(audioFrame(48000, 2, 48, oneSecond), tone(2, 48), wrapMetadataPayload(payload).constData());
+    ndi.pushAudio(audioFrame(48000, 2, 48, 2 * oneSecond), tone(2, 48), "<foreign/>");
     UINT8 *blob = nullptr;
     UINT32 size = 99;
     const auto first = requestSample(streams[1]);
@@ -170,7 +170,7 @@ TEST_F(NDISourceStreamAudioTest, ATypeOfTheHostCountsAsTheFormatOfTheLastFrame)
 {
     AudioStream &stream = audioStream();
     auto values = tone(2, 441);
-    auto frame = audioFrame(44100, 2, 441, second);
+    auto frame = audioFrame(44100, 2, 441, oneSecond);
     frame.p_data = values.data();
     const auto type = stream.createDefaultMediaType();
     type->SetUINT32(MF_MT_AUDIO_SAMPLES_PER_SECOND, 44100);
@@ -195,7 +195,7 @@ TEST_F(NDISourceStreamAudioTest, AFrameWithoutSamplesDoesNoHarm)
 {
     AudioStream &stream = audioStream();
     auto values = tone(2, 1);
-    auto frame = audioFrame(48000, 2, 0, second);
+    auto frame = audioFrame(48000, 2, 0, oneSecond);
     frame.p_data = values.data();
     EXPECT_EQ(S_OK, stream.processFrame(frame, nullptr));
 }
@@ -204,7 +204,7 @@ TEST_F(NDISourceStreamAudioTest, TheNumberOfSamplesMayChangeWithoutATypeChange)
 {
     start(source);
     for (const int samples : {48, 4800, 96})
-        ndi.pushAudio(audioFrame(48000, 2, samples, second), tone(2, samples));
+        ndi.pushAudio(audioFrame(48000, 2, samples, oneSecond), tone(2, samples));
     for (int request = 0; request < 3; ++request)
         ASSERT_EQ(S_OK, streams[1]->RequestSample(nullptr));
     std::vector<MediaEventType> events;

@@ -20,11 +20,11 @@ TEST_F(NDISourceStreamTest, ARepeatedTimecodeContinuesEvenlyFromTheSampleBefore)
     EXPECT_EQ(S_OK, stream.stampSample(first, 1'000'000, 400'000));
     EXPECT_EQ(S_OK, stream.stampSample(repeated, 1'000'000, 400'000));
     EXPECT_EQ(S_OK, stream.stampSample(backwards, 5, 400'000));
-    EXPECT_EQ(S_OK, stream.stampSample(distant, 900 * second, 400'000));
+    EXPECT_EQ(S_OK, stream.stampSample(distant, 900 * oneSecond, 400'000));
     EXPECT_EQ(1'000'000, timeOf(first));
     EXPECT_EQ(1'400'000, timeOf(repeated));
     EXPECT_EQ(1'800'000, timeOf(backwards));
-    EXPECT_EQ(900 * second, timeOf(distant));
+    EXPECT_EQ(900 * oneSecond, timeOf(distant));
     EXPECT_EQ(400'000, durationOf(distant));
 }
 
@@ -50,27 +50,27 @@ TEST_F(NDISourceStreamTest, TheMediaTypeListHoldsExactlyTheCurrentType)
 TEST_F(NDISourceStreamTest, AfterStopTheFirstFrameKeepsItsOwnTime)
 {
     start(source);
-    ndi.pushVideo(videoFrame(64, 36, 100 * second), noise(64 * 2 * 36));
-    ndi.pushVideo(videoFrame(64, 36, 500 * second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, 100 * oneSecond), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, 500 * oneSecond), noise(64 * 2 * 36));
     requestSample(streams[0]);
     const LONGLONG before = timeOf(requestSample(streams[0]));
     ASSERT_EQ(S_OK, source->Stop());
     ASSERT_TRUE(waitForEvent(source, MESourceStopped));
     start(source);
-    ndi.pushVideo(videoFrame(64, 36, 100 * second), noise(64 * 2 * 36));
-    EXPECT_LT(timeOf(requestSample(streams[0])), before - 300 * second);
+    ndi.pushVideo(videoFrame(64, 36, 100 * oneSecond), noise(64 * 2 * 36));
+    EXPECT_LT(timeOf(requestSample(streams[0])), before - 300 * oneSecond);
 }
 
 TEST_F(NDISourceStreamTest, StoppingTheSourceDropsWhatWaits)
 {
     start(source);
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
-    ndi.pushAudio(audioFrame(48000, 2, 480, second), tone(2, 480));
+    ndi.pushAudio(audioFrame(48000, 2, 480, oneSecond), tone(2, 480));
     ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.freedFrames == 1; }));
     ASSERT_EQ(S_OK, source->Stop());
     ASSERT_TRUE(waitForEvent(source, MESourceStopped));
     start(source);
-    ndi.pushAudio(audioFrame(48000, 2, 96, 2 * second), tone(2, 96));
+    ndi.pushAudio(audioFrame(48000, 2, 96, 2 * oneSecond), tone(2, 96));
     // The sample that waited before the stop had 480 samples.
     EXPECT_EQ(20'000, durationOf(requestSample(streams[1])));
 }
@@ -143,7 +143,7 @@ TEST_F(NDISourceStreamTest, ATypeChangeThatIsNotTakenLeavesTheCurrentType)
     ASSERT_EQ(S_OK, video.setMediaType(type));
     video.Shutdown();
     auto picture = noise(128 * 2 * 36);
-    auto frame = videoFrame(128, 36, second);
+    auto frame = videoFrame(128, 36, oneSecond);
     frame.p_data = picture.data();
     EXPECT_EQ(MF_E_SHUTDOWN, video.processFrame(frame, nullptr));
     EXPECT_EQ(type.p, video.m_mediaType.p);
@@ -151,7 +151,7 @@ TEST_F(NDISourceStreamTest, ATypeChangeThatIsNotTakenLeavesTheCurrentType)
     AudioStream &audio = audioStream();
     audio.Shutdown();
     auto values = tone(2, 441);
-    auto sound = audioFrame(44100, 2, 441, second);
+    auto sound = audioFrame(44100, 2, 441, oneSecond);
     sound.p_data = values.data();
     EXPECT_EQ(MF_E_SHUTDOWN, audio.processFrame(sound, nullptr));
     EXPECT_FALSE(audio.m_mediaType);

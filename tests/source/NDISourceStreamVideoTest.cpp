@@ -50,7 +50,7 @@ TEST_F(NDISourceStreamVideoTest, AFrameWhoseTypeCannotBeBuiltIsRefusedAndTheCurr
     VideoStream &stream = videoStream();
     const auto type = videoType(MFVideoFormat_UYVY);
     stream.setMediaType(type);
-    auto frame = videoFrame(64, 36, second, NDIlib_FourCC_video_type_NV12);
+    auto frame = videoFrame(64, 36, oneSecond, NDIlib_FourCC_video_type_NV12);
     auto bytes = noise(64 * 4 * 36);
     frame.p_data = bytes.data();
     EXPECT_EQ(MF_E_INVALIDMEDIATYPE, stream.processFrame(frame, nullptr));
@@ -62,7 +62,7 @@ TEST_F(NDISourceStreamVideoTest, AFrameWhoseTypeCannotBeBuiltIsRefusedAndTheCurr
 TEST_F(NDISourceStreamVideoTest, AFailedTypeChangeIsTriedAgainWithTheNextFrame)
 {
     VideoStream &stream = videoStream();
-    auto frame = videoFrame(64, 36, second, NDIlib_FourCC_video_type_RGBA);
+    auto frame = videoFrame(64, 36, oneSecond, NDIlib_FourCC_video_type_RGBA);
     auto bytes = noise(64 * 4 * 36);
     frame.p_data = bytes.data();
     stream.processFrame(frame, nullptr);
@@ -74,7 +74,7 @@ TEST_F(NDISourceStreamVideoTest, ABgraFrameGivesABottomUpArgb32PictureOfItsOwnBy
 {
     start(source);
     const auto bytes = noise(1920 * 4 * 1080);
-    ndi.pushVideo(videoFrame(1920, 1080, second, NDIlib_FourCC_video_type_BGRA), bytes);
+    ndi.pushVideo(videoFrame(1920, 1080, oneSecond, NDIlib_FourCC_video_type_BGRA), bytes);
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     const auto changed = waitForEvent(streams[0], MEStreamFormatChanged);
     ASSERT_TRUE(changed);
@@ -101,12 +101,12 @@ TEST_F(NDISourceStreamVideoTest, AUyvyPictureArrivesBitExactWithPackedAndWithPad
 {
     start(source);
     const auto packed = noise(1920 * 2 * 1080);
-    ndi.pushVideo(videoFrame(1920, 1080, second), packed);
+    ndi.pushVideo(videoFrame(1920, 1080, oneSecond), packed);
     EXPECT_EQ(packed, pictureOf(requestSample(streams[0]), 3840, 1080));
 
     constexpr int stride = 64 * 2 + 13;
     const auto padded = noise(stride * 36, 5);
-    ndi.pushVideo(videoFrame(64, 36, 2 * second, NDIlib_FourCC_video_type_UYVY, stride), padded);
+    ndi.pushVideo(videoFrame(64, 36, 2 * oneSecond, NDIlib_FourCC_video_type_UYVY, stride), padded);
     const auto picture = pictureOf(requestSample(streams[0]), 128, 36);
     for (int line = 0; line < 36; ++line)
         ASSERT_TRUE(std::equal(picture.begin() + line * 128, picture.begin() + (line + 1) * 128,
@@ -118,7 +118,7 @@ TEST_F(NDISourceStreamVideoTest, AFormatChangeIsAnnouncedRightBeforeItsFirstSamp
 {
     start(source);
     for (const int width : {64, 64, 128, 64})
-        ndi.pushVideo(videoFrame(width, 36, second), noise(static_cast<size_t>(width) * 2 * 36));
+        ndi.pushVideo(videoFrame(width, 36, oneSecond), noise(static_cast<size_t>(width) * 2 * 36));
     for (int request = 0; request < 4; ++request)
         ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     std::vector<MediaEventType> events;
@@ -135,10 +135,10 @@ TEST_F(NDISourceStreamVideoTest, AFormatChangeIsAnnouncedRightBeforeItsFirstSamp
 TEST_F(NDISourceStreamVideoTest, AChangeOfInterlacingAloneIsNoFormatChange)
 {
     start(source);
-    auto frame = videoFrame(64, 36, second);
+    auto frame = videoFrame(64, 36, oneSecond);
     ndi.pushVideo(frame, noise(64 * 2 * 36));
     frame.frame_format_type = NDIlib_frame_format_type_field_1;
-    frame.timecode += second;
+    frame.timecode += oneSecond;
     ndi.pushVideo(frame, noise(64 * 2 * 36));
     EXPECT_TRUE(requestSample(streams[0]));
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
@@ -158,7 +158,7 @@ TEST_F(NDISourceStreamVideoTest, FieldLayoutsAreMarkedOnTheSample)
                           {NDIlib_frame_format_type_progressive, 99, 99}};
     start(source);
     for (const Case &each : cases) {
-        auto frame = videoFrame(64, 36, second);
+        auto frame = videoFrame(64, 36, oneSecond);
         frame.frame_format_type = each.type;
         ndi.pushVideo(frame, noise(64 * 2 * 36));
         const auto sample = requestSample(streams[0]);
@@ -172,9 +172,9 @@ TEST_F(NDISourceStreamVideoTest, PerFrameMetadataRidesOnTheSampleAsItsPayload)
 {
     start(source);
     const QByteArray payload("\0\1\xff payload", 11);
-    ndi.pushVideo(videoFrame(64, 36, second), noise(64 * 2 * 36), wrapMetadataPayload(payload).constData());
-    ndi.pushVideo(videoFrame(64, 36, 2 * second), noise(64 * 2 * 36), "<foreign/>");
-    ndi.pushVideo(videoFrame(64, 36, 3 * second), noise(64 * 2 * 36));
+    ndi.pushVideo(videoFrame(64, 36, oneSecond), noise(64 * 2 * 36), wrapMetadataPayload(payload).constData());
+    ndi.pushVideo(videoFrame(64, 36, 2 * oneSecond), noise(64 * 2 * 36), "<foreign/>");
+    ndi.pushVideo(videoFrame(64, 36, 3 * oneSecond), noise(64 * 2 * 36));
     UINT8 *blob = nullptr;
     UINT32 size = 99;
     ASSERT_EQ(S_OK, requestSample(streams[0])->GetAllocatedBlob(SampleMetadataAttribute, &blob, &size));
@@ -190,7 +190,7 @@ TEST_F(NDISourceStreamVideoTest, HostileVideoFramesAreRefused)
     VideoStream &stream = videoStream();
     auto bytes = noise(64 * 2 * 36);
     const auto refused = [&](auto &&change) {
-        auto frame = videoFrame(64, 36, second);
+        auto frame = videoFrame(64, 36, oneSecond);
         frame.p_data = bytes.data();
         change(frame);
         return FAILED(stream.processFrame(frame, nullptr));
@@ -229,7 +229,7 @@ TEST_F(NDISourceStreamVideoTest, SamplesAreRecycledInTheSteadyState)
     start(source);
     std::vector<IMFMediaBuffer *> seen;
     for (int round = 0; round < 50; ++round) {
-        ndi.pushVideo(videoFrame(64, 36, second + round * 400'000), noise(64 * 2 * 36));
+        ndi.pushVideo(videoFrame(64, 36, oneSecond + round * 400'000), noise(64 * 2 * 36));
         CComPtr<IMFMediaBuffer> buffer;
         requestSample(streams[0])->GetBufferByIndex(0, &buffer);
         if (std::find(seen.begin(), seen.end(), buffer.p) == seen.end())
@@ -255,7 +255,7 @@ TEST_F(NDISourceStreamVideoTest, UnderATypeThatFailedHalfwayTheNextFrameBringsIt
 {
     VideoStream &stream = videoStream();
     auto picture = noise(64 * 2 * 36);
-    auto frame = videoFrame(64, 36, second);
+    auto frame = videoFrame(64, 36, oneSecond);
     frame.p_data = picture.data();
     ASSERT_EQ(S_OK, stream.processFrame(frame, nullptr));
     const auto smaller = videoType(MFVideoFormat_UYVY, 0, 1);
@@ -275,7 +275,7 @@ TEST_F(NDISourceStreamVideoTest, ATypeOfTheHostInTheFramesFormatIsKept)
     const auto type = videoType(MFVideoFormat_UYVY);
     ASSERT_EQ(S_OK, stream.setMediaType(type));
     auto picture = noise(64 * 2 * 36);
-    auto frame = videoFrame(64, 36, second);
+    auto frame = videoFrame(64, 36, oneSecond);
     frame.p_data = picture.data();
     EXPECT_EQ(S_OK, stream.processFrame(frame, nullptr));
     EXPECT_EQ(type.p, stream.m_mediaType.p);
@@ -328,7 +328,7 @@ TEST_F(NDISourceStreamVideoTest, ABgrxFrameGivesAnRgb32PictureOfItsOwnBytes)
 {
     start(source);
     const auto bytes = noise(66 * 4 * 35);
-    ndi.pushVideo(videoFrame(66, 35, second, NDIlib_FourCC_video_type_BGRX), bytes);
+    ndi.pushVideo(videoFrame(66, 35, oneSecond, NDIlib_FourCC_video_type_BGRX), bytes);
     ASSERT_EQ(S_OK, streams[0]->RequestSample(nullptr));
     const auto change = waitForEvent(streams[0], MEStreamFormatChanged);
     ASSERT_TRUE(change);
@@ -346,6 +346,6 @@ TEST_F(NDISourceStreamVideoTest, APictureOfOddSizeArrivesBitExact)
 {
     start(source);
     const auto bytes = noise(64 * 2 * 37);
-    ndi.pushVideo(videoFrame(64, 37, second), bytes);
+    ndi.pushVideo(videoFrame(64, 37, oneSecond), bytes);
     EXPECT_EQ(bytes, pictureOf(requestSample(streams[0]), 128, 37));
 }

@@ -15,6 +15,8 @@
 #include <mutex>
 #include <vector>
 
+constexpr LONGLONG oneSecond = 10'000'000; // in 100 ns
+
 // A media source on the scripted runtime, driven as a media session would.
 class SourceTest : public testing::Test
 {

@@ -7,8 +7,6 @@
 
 #include <memory>
 
-constexpr LONGLONG second = 10'000'000;
-
 // The streams with their insides at hand.
 class VideoStream : public NDISourceStreamVideo
 {

@@ -8,8 +8,6 @@
 namespace
 {
 
-constexpr LONGLONG second = 10'000'000;
-
 class SinkSessionTest : public SessionTest
 {
 protected:
@@ -81,14 +79,14 @@ TEST_F(SinkSessionTest, PlaysTheSourceIntoTheSink)
     const auto sound = tone(2, 1920);
     ASSERT_NO_FATAL_FAILURE(play(true, true));
     for (int frame = 0; frame < 3; ++frame) {
-        ndi.pushVideo(videoFrame(1280, 720, second + frame * second / 25), picture);
-        ndi.pushAudio(audioFrame(48000, 2, 1920, second + frame * second / 25), sound);
+        ndi.pushVideo(videoFrame(1280, 720, oneSecond + frame * oneSecond / 25), picture);
+        ndi.pushAudio(audioFrame(48000, 2, 1920, oneSecond + frame * oneSecond / 25), sound);
     }
     ASSERT_TRUE(sent(3, 3));
     const auto calls = ndi.calls();
     EXPECT_EQ(picture, calls.sentVideo[0].picture);
     EXPECT_EQ(picture, calls.sentVideo[2].picture);
-    EXPECT_EQ(second / 25, calls.sentVideo[2].frame.timecode - calls.sentVideo[1].frame.timecode);
+    EXPECT_EQ(oneSecond / 25, calls.sentVideo[2].frame.timecode - calls.sentVideo[1].frame.timecode);
     for (size_t channel = 0; channel < 2; ++channel) {
         const auto first = sound.begin() + static_cast<ptrdiff_t>(channel * 1920);
         EXPECT_EQ(std::vector<float>(first, first + 1920), calls.sentAudio[2].channels[channel]) << channel;
@@ -98,13 +96,13 @@ TEST_F(SinkSessionTest, PlaysTheSourceIntoTheSink)
 TEST_F(SinkSessionTest, StopsAndStartsAgainWithTheSameSender)
 {
     ASSERT_NO_FATAL_FAILURE(play(false, true));
-    ndi.pushAudio(audioFrame(48000, 2, 1920, second), tone(2, 1920));
+    ndi.pushAudio(audioFrame(48000, 2, 1920, oneSecond), tone(2, 1920));
     ASSERT_TRUE(sent(0, 1));
     ASSERT_NO_FATAL_FAILURE(stop());
     ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversMade == 2; }));
-    ndi.pushAudio(audioFrame(48000, 2, 1920, second), tone(2, 1920));
+    ndi.pushAudio(audioFrame(48000, 2, 1920, oneSecond), tone(2, 1920));
     ASSERT_TRUE(sent(0, 2));
     EXPECT_EQ(1, ndi.calls().sendersMade);
     EXPECT_EQ(0, ndi.calls().sendersDestroyed);

@@ -14,8 +14,8 @@ namespace
 class StreamFailureTest : public StreamsTest
 {
 protected:
-    void pushVideo() { ndi.pushVideo(videoFrame(64, 36, ++m_frames * second), noise(64 * 2 * 36)); }
-    void pushAudio() { ndi.pushAudio(audioFrame(48000, 2, 480, ++m_frames * second), tone(2, 480)); }
+    void pushVideo() { ndi.pushVideo(videoFrame(64, 36, ++m_frames * oneSecond), noise(64 * 2 * 36)); }
+    void pushAudio() { ndi.pushAudio(audioFrame(48000, 2, 480, ++m_frames * oneSecond), tone(2, 480)); }
     // Whether that line comes, and as many frames have gone back to the runtime.
     bool isDropped(int givenBack, const char *line)
     {

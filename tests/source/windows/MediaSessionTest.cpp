@@ -9,8 +9,6 @@
 namespace
 {
 
-constexpr LONGLONG second = 10'000'000;
-
 // Takes the samples of one stream out of the session.
 class Grabber : public IMFSampleGrabberSinkCallback, public CUnknown
 {
@@ -104,14 +102,14 @@ TEST_F(MediaSessionTest, PlaysPictureAndSoundOfTheSource)
     const auto picture = noise(size_t{1920} * 2 * 1080);
     ASSERT_NO_FATAL_FAILURE(play(parameters(), video, audio));
     for (int frame = 0; frame < 3; ++frame) {
-        ndi.pushVideo(videoFrame(1920, 1080, second + frame * second / 25), picture);
-        ndi.pushAudio(audioFrame(48000, 2, 1920, second + frame * second / 25), tone(2, 1920));
+        ndi.pushVideo(videoFrame(1920, 1080, oneSecond + frame * oneSecond / 25), picture);
+        ndi.pushAudio(audioFrame(48000, 2, 1920, oneSecond + frame * oneSecond / 25), tone(2, 1920));
     }
     const auto pictures = video->wait(3);
     ASSERT_EQ(3u, pictures.size());
     EXPECT_EQ(picture, pictures[0].bytes);
     EXPECT_EQ(picture, pictures[2].bytes);
-    EXPECT_EQ(second / 25, pictures[1].time - pictures[0].time);
+    EXPECT_EQ(oneSecond / 25, pictures[1].time - pictures[0].time);
     const auto sounds = audio->wait(3);
     ASSERT_EQ(3u, sounds.size());
     EXPECT_EQ(size_t{1920} * 2 * sizeof(float), sounds[0].bytes.size());
@@ -121,13 +119,13 @@ TEST_F(MediaSessionTest, StopsAndStartsAgainWithANewReceiver)
 {
     const CComPtr<Grabber> audio(new Grabber);
     ASSERT_NO_FATAL_FAILURE(play(parameters(false, true), nullptr, audio));
-    ndi.pushAudio(audioFrame(48000, 2, 1920, second), tone(2, 1920));
+    ndi.pushAudio(audioFrame(48000, 2, 1920, oneSecond), tone(2, 1920));
     ASSERT_EQ(1u, audio->wait(1).size());
     ASSERT_NO_FATAL_FAILURE(stop());
     ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversDestroyed == 1; }));
     ASSERT_NO_FATAL_FAILURE(start());
     ASSERT_TRUE(ndi.waitFor([](const auto &calls) { return calls.receiversMade == 2; }));
-    ndi.pushAudio(audioFrame(48000, 2, 1920, second), tone(2, 1920));
+    ndi.pushAudio(audioFrame(48000, 2, 1920, oneSecond), tone(2, 1920));
     EXPECT_EQ(2u, audio->wait(2).size());
 }
 
@@ -150,11 +148,11 @@ TEST_F(MediaSessionTest, CarriesOnBehindAPauseWithTheSameReceiver)
 {
     const CComPtr<Grabber> audio(new Grabber);
     ASSERT_NO_FATAL_FAILURE(play(parameters(false, true), nullptr, audio));
-    ndi.pushAudio(audioFrame(48000, 2, 1920, second), tone(2, 1920));
+    ndi.pushAudio(audioFrame(48000, 2, 1920, oneSecond), tone(2, 1920));
     ASSERT_EQ(1u, audio->wait(1).size());
     ASSERT_NO_FATAL_FAILURE(pause());
     ASSERT_NO_FATAL_FAILURE(carryOn());
-    ndi.pushAudio(audioFrame(48000, 2, 1920, 2 * second), tone(2, 1920));
+    ndi.pushAudio(audioFrame(48000, 2, 1920, 2 * oneSecond), tone(2, 1920));
     EXPECT_EQ(2u, audio->wait(2).size());
     EXPECT_EQ(1, ndi.calls().receiversMade);
 }
