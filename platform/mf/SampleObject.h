@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 namespace winmedia
@@ -120,19 +121,17 @@ public:
     }
 
 private:
-    static constexpr LONGLONG unset = INT64_MIN;
-
-    HRESULT get(const LONGLONG &stored, LONGLONG *value, HRESULT missing)
+    HRESULT get(const std::optional<int64_t> &stored, LONGLONG *value, HRESULT missing)
     {
         if (!value)
             return E_POINTER;
         const std::lock_guard lock(m_mutex);
-        if (stored == unset)
+        if (!stored)
             return missing;
-        *value = stored;
+        *value = *stored;
         return S_OK;
     }
-    HRESULT set(LONGLONG &stored, LONGLONG value)
+    HRESULT set(std::optional<int64_t> &stored, LONGLONG value)
     {
         const std::lock_guard lock(m_mutex);
         stored = value;
@@ -182,8 +181,8 @@ private:
 
     std::mutex m_mutex; // guards everything below
     DWORD m_flags = 0;
-    LONGLONG m_time = unset;
-    LONGLONG m_duration = unset;
+    std::optional<int64_t> m_time;
+    std::optional<int64_t> m_duration;
     std::vector<Ref<IMFMediaBuffer>> m_buffers;
 };
 

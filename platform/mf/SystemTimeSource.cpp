@@ -16,6 +16,57 @@ namespace
 
 constexpr UINT64 frequency = 10'000'000; // Hz: 100 ns units
 
+MFCLOCK_PROPERTIES propertiesOfClocks()
+{
+    MFCLOCK_PROPERTIES properties = {};
+    properties.qwClockFrequency = frequency;
+    properties.dwClockTolerance = MFCLOCK_TOLERANCE_UNKNOWN;
+    properties.dwClockJitter = 1;
+    return properties;
+}
+
+// The system's clock itself, which always runs and tells what MFGetSystemTime() tells.
+class SystemClock final : public ComObject<IMFClock>
+{
+public:
+    STDMETHODIMP GetClockCharacteristics(DWORD *characteristics) override
+    {
+        if (!characteristics)
+            return E_POINTER;
+        *characteristics = MFCLOCK_CHARACTERISTICS_FLAG_FREQUENCY_10MHZ | MFCLOCK_CHARACTERISTICS_FLAG_ALWAYS_RUNNING |
+                           MFCLOCK_CHARACTERISTICS_FLAG_IS_SYSTEM_CLOCK;
+        return S_OK;
+    }
+    STDMETHODIMP GetCorrelatedTime(DWORD, LONGLONG *clockTime, MFTIME *systemTime) override
+    {
+        if (!clockTime || !systemTime)
+            return E_POINTER;
+        *clockTime = *systemTime = MFGetSystemTime();
+        return S_OK;
+    }
+    STDMETHODIMP GetContinuityKey(DWORD *key) override
+    {
+        if (!key)
+            return E_POINTER;
+        *key = 0;
+        return S_OK;
+    }
+    STDMETHODIMP GetState(DWORD, MFCLOCK_STATE *state) override
+    {
+        if (!state)
+            return E_POINTER;
+        *state = MFCLOCK_STATE_RUNNING;
+        return S_OK;
+    }
+    STDMETHODIMP GetProperties(MFCLOCK_PROPERTIES *properties) override
+    {
+        if (!properties)
+            return E_POINTER;
+        *properties = propertiesOfClocks();
+        return S_OK;
+    }
+};
+
 // Time that follows the system's clock at the rate set, from where it was started.
 class SystemTimeSource final : public ComObject<IMFPresentationTimeSource, IMFClockStateSink>
 {
@@ -55,13 +106,21 @@ public:
     {
         if (!properties)
             return E_POINTER;
-        *properties = MFCLOCK_PROPERTIES();
-        properties->qwClockFrequency = frequency;
-        properties->dwClockTolerance = MFCLOCK_TOLERANCE_UNKNOWN;
-        properties->dwClockJitter = 1;
+        *properties = propertiesOfClocks();
         return S_OK;
     }
-    STDMETHODIMP GetUnderlyingClock(IMFClock **) override { return MF_E_NO_CLOCK; }
+    STDMETHODIMP GetUnderlyingClock(IMFClock **clock) override
+    {
+        if (!clock)
+            return E_POINTER;
+        const std::lock_guard lock(m_mutex);
+        if (!m_clock) {
+            const auto made = createObject<SystemClock>();
+            m_clock = Ref<IMFClock>(made.get());
+        }
+        m_clock.copyTo(clock);
+        return *clock ? S_OK : E_OUTOFMEMORY;
+    }
 
     STDMETHODIMP OnClockStart(MFTIME systemTime, LONGLONG offset) override
     {
@@ -112,14 +171,6 @@ public:
         return S_OK;
     }
 
-protected:
-    void *findInterface(REFIID iid) override
-    {
-        if (IsEqualIID(iid, __uuidof(IMFClock)))
-            return static_cast<IMFClock *>(this);
-        return ComObject::findInterface(iid);
-    }
-
 private:
     LONGLONG timeAt(MFTIME systemTime) const
     {
@@ -134,6 +185,7 @@ private:
     LONGLONG m_time = 0; // when it was last set, and while it does not run
     MFTIME m_since = 0;
     float m_rate = 1.0F;
+    Ref<IMFClock> m_clock; // made for the first who asks
 };
 
 } // namespace

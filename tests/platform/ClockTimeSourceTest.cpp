@@ -62,6 +62,51 @@ TEST_F(SystemTimeSource, SaysWhatItIs)
               DWORD(MFCLOCK_CHARACTERISTICS_FLAG_FREQUENCY_10MHZ | MFCLOCK_CHARACTERISTICS_FLAG_IS_SYSTEM_CLOCK));
     EXPECT_EQ(source->GetProperties(&properties), S_OK);
     EXPECT_EQ(properties.qwClockFrequency, UINT64(10000000));
+    EXPECT_EQ(properties.dwClockTolerance, DWORD(50000)); // which means unknown
+    EXPECT_EQ(properties.dwClockJitter, DWORD(1));
+    DWORD key = 1;
+    EXPECT_EQ(source->GetContinuityKey(&key), S_OK);
+    EXPECT_EQ(key, 0U);
+    CComPtr<IMFClock> asClock;
+    EXPECT_EQ(source.QueryInterface(&asClock), E_NOINTERFACE);
+}
+
+TEST_F(SystemTimeSource, StandsOnTheSystemsClock)
+{
+    CComPtr<IMFClock> clock;
+    CComPtr<IMFClock> again;
+    ASSERT_EQ(source->GetUnderlyingClock(&clock), S_OK);
+    ASSERT_EQ(source->GetUnderlyingClock(&again), S_OK);
+    EXPECT_EQ(clock.p, again.p);
+    CComPtr<IMFPresentationTimeSource> asSource;
+    EXPECT_EQ(clock.QueryInterface(&asSource), E_NOINTERFACE);
+    source.Release();
+    DWORD characteristics = 0;
+    EXPECT_EQ(clock->GetClockCharacteristics(&characteristics), S_OK);
+    EXPECT_EQ(characteristics,
+              DWORD(MFCLOCK_CHARACTERISTICS_FLAG_FREQUENCY_10MHZ | MFCLOCK_CHARACTERISTICS_FLAG_ALWAYS_RUNNING |
+                    MFCLOCK_CHARACTERISTICS_FLAG_IS_SYSTEM_CLOCK));
+    MFCLOCK_STATE state = MFCLOCK_STATE_INVALID;
+    EXPECT_EQ(clock->GetState(0, &state), S_OK);
+    EXPECT_EQ(state, MFCLOCK_STATE_RUNNING);
+    MFCLOCK_PROPERTIES properties = {};
+    EXPECT_EQ(clock->GetProperties(&properties), S_OK);
+    EXPECT_EQ(properties.qwClockFrequency, UINT64(10000000));
+    DWORD key = 1;
+    EXPECT_EQ(clock->GetContinuityKey(&key), S_OK);
+    EXPECT_EQ(key, 0U);
+}
+
+TEST_F(SystemTimeSource, StandsOnAClockThatTellsTheSystemTime)
+{
+    CComPtr<IMFClock> clock;
+    ASSERT_EQ(source->GetUnderlyingClock(&clock), S_OK);
+    LONGLONG clockTime = 0;
+    MFTIME systemTime = 0;
+    ASSERT_EQ(clock->GetCorrelatedTime(0, &clockTime, &systemTime), S_OK);
+    EXPECT_EQ(clockTime, systemTime);
+    EXPECT_GE(systemTime, now);
+    EXPECT_LE(systemTime, MFGetSystemTime());
 }
 
 TEST_F(SystemTimeSource, StandsAtZeroInNoState_BeforeItIsStarted)
@@ -70,6 +115,10 @@ TEST_F(SystemTimeSource, StandsAtZeroInNoState_BeforeItIsStarted)
     EXPECT_EQ(source->GetState(0, &state), S_OK);
     EXPECT_EQ(state, MFCLOCK_STATE_INVALID);
     EXPECT_EQ(time(), 0);
+    EXPECT_EQ(sink->OnClockStop(now), S_OK);
+    EXPECT_EQ(sink->OnClockRestart(now), MF_E_INVALIDREQUEST);
+    EXPECT_EQ(source->GetState(0, &state), S_OK);
+    EXPECT_EQ(state, MFCLOCK_STATE_INVALID);
 }
 
 TEST_F(SystemTimeSource, CorrelatesWithTheSystemTime_WhenItRuns)
@@ -98,6 +147,17 @@ TEST_F(SystemTimeSource, GoesOnFromWhereItStood_WhenRestarted)
     ASSERT_EQ(sink->OnClockRestart(now + 200), S_OK);
     ASSERT_EQ(sink->OnClockPause(now + 300), S_OK);
     EXPECT_EQ(time(), 200);
+}
+
+TEST_F(SystemTimeSource, GoesOn_WhenStartedFromTheCurrentPosition)
+{
+    ASSERT_EQ(sink->OnClockStart(now, 1000), S_OK);
+    ASSERT_EQ(sink->OnClockStart(now + 100, PRESENTATION_CURRENT_POSITION), S_OK);
+    ASSERT_EQ(sink->OnClockPause(now + 300), S_OK);
+    EXPECT_EQ(time(), 1300);
+    ASSERT_EQ(sink->OnClockStart(now + 400, PRESENTATION_CURRENT_POSITION), S_OK);
+    ASSERT_EQ(sink->OnClockPause(now + 450), S_OK);
+    EXPECT_EQ(time(), 1350);
 }
 
 TEST_F(SystemTimeSource, GoesBackToZero_WhenStopped)

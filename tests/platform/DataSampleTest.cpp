@@ -52,6 +52,17 @@ TEST_F(Sample, HasNoTimeUntilOneIsSet)
     EXPECT_EQ(time, -400);
 }
 
+TEST_F(Sample, KeepsAnyTime)
+{
+    const LONGLONG times[] = {-1, INT64_MIN, INT64_MAX};
+    for (const LONGLONG any : times) {
+        LONGLONG time = 0;
+        EXPECT_EQ(sample->SetSampleTime(any), S_OK);
+        EXPECT_EQ(sample->GetSampleTime(&time), S_OK);
+        EXPECT_EQ(time, any);
+    }
+}
+
 TEST_F(Sample, HasNoDurationUntilOneIsSet)
 {
     LONGLONG duration = 0;
