@@ -40,8 +40,11 @@ HRESULT MediaTypeHandler::GetMediaTypeByIndex(DWORD index, IMFMediaType **type)
 
 HRESULT MediaTypeHandler::SetCurrentMediaType(IMFMediaType *type)
 {
+    if (!type)
+        return E_POINTER;
+    Ref<IMFMediaType> next(type); // what it replaces is released without the lock
     const std::lock_guard lock(m_mutex);
-    m_current = type;
+    std::swap(m_current, next);
     return S_OK;
 }
 

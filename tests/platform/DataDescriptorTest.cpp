@@ -120,6 +120,34 @@ TEST_F(TypeHandler, SupportsItsTypesOnly)
     EXPECT_EQ(handler->IsMediaTypeSupported(videoType(MFVideoFormat_YUY2), nullptr), MF_E_INVALIDMEDIATYPE);
 }
 
+TEST_F(TypeHandler, SuggestsNoOtherType)
+{
+    CComPtr<IMFMediaType> closest;
+    EXPECT_EQ(handler->IsMediaTypeSupported(videoType(MFVideoFormat_YUY2), &closest), MF_E_INVALIDMEDIATYPE);
+    EXPECT_FALSE(closest);
+}
+
+TEST_F(TypeHandler, KeepsItsCurrentType_WhenGivenNone)
+{
+    ASSERT_EQ(handler->SetCurrentMediaType(uyvy), S_OK);
+    EXPECT_EQ(handler->SetCurrentMediaType(nullptr), E_POINTER);
+    CComPtr<IMFMediaType> current;
+    EXPECT_EQ(handler->GetCurrentMediaType(&current), S_OK);
+    EXPECT_EQ(current.p, uyvy.p);
+    GUID majorType = {};
+    EXPECT_EQ(handler->GetMajorType(&majorType), S_OK);
+    EXPECT_TRUE(IsEqualGUID(majorType, MFMediaType_Video));
+}
+
+TEST_F(PresentationDescriptor, IsNotMadeWithoutStreams)
+{
+    IMFStreamDescriptor *none[] = {nullptr};
+    CComPtr<IMFPresentationDescriptor> descriptor;
+    EXPECT_EQ(MFCreatePresentationDescriptor(0, nullptr, &descriptor), E_INVALIDARG);
+    EXPECT_EQ(MFCreatePresentationDescriptor(1, none, &descriptor), E_INVALIDARG);
+    EXPECT_FALSE(descriptor);
+}
+
 TEST_F(PresentationDescriptor, HoldsItsStreams)
 {
     const auto descriptor = presentation();
@@ -181,4 +209,29 @@ TEST_F(SimpleTypeHandler, KnowsTheTypeThatIsSet)
     EXPECT_EQ(offered.p, nv12.p);
     EXPECT_EQ(simple->GetMediaTypeByIndex(1, &offered), MF_E_NO_MORE_TYPES);
     EXPECT_EQ(simple->IsMediaTypeSupported(nv12, nullptr), S_OK);
+}
+
+TEST_F(SimpleTypeHandler, OffersOneTypeEvenIfItIsNone)
+{
+    CComPtr<IMFMediaTypeHandler> simple;
+    ASSERT_EQ(MFCreateSimpleTypeHandler(&simple), S_OK);
+    DWORD count = 0;
+    EXPECT_EQ(simple->GetMediaTypeCount(&count), S_OK);
+    EXPECT_EQ(count, 1U);
+    CComPtr<IMFMediaType> none;
+    EXPECT_EQ(simple->GetMediaTypeByIndex(0, &none), S_OK);
+    EXPECT_FALSE(none);
+    EXPECT_EQ(simple->GetCurrentMediaType(&none), S_OK);
+    EXPECT_FALSE(none);
+    EXPECT_EQ(simple->IsMediaTypeSupported(nv12, nullptr), MF_E_UNEXPECTED);
+}
+
+TEST_F(SimpleTypeHandler, ForgetsItsType)
+{
+    CComPtr<IMFMediaTypeHandler> simple;
+    ASSERT_EQ(MFCreateSimpleTypeHandler(&simple), S_OK);
+    ASSERT_EQ(simple->SetCurrentMediaType(nv12), S_OK);
+    EXPECT_EQ(simple->SetCurrentMediaType(nullptr), S_OK);
+    GUID majorType = {};
+    EXPECT_EQ(simple->GetMajorType(&majorType), MF_E_NOT_INITIALIZED);
 }
