@@ -66,7 +66,7 @@ HRESULT WINAPI MFCreateAlignedMemoryBuffer(DWORD size, DWORD alignment, IMFMedia
 {
     using namespace winmedia;
     if (!buffer)
-        return E_INVALIDARG;
+        return E_POINTER;
     // `alignment` is a mask such as MF_16_BYTE_ALIGNMENT (15); 64 bytes at least, so that whole cache lines are copied.
     if (alignment & (alignment + 1))
         return E_INVALIDARG;

@@ -85,7 +85,7 @@ HRESULT PictureBuffer::Unlock()
 HRESULT PictureBuffer::GetCurrentLength(DWORD *length)
 {
     if (!length)
-        return E_POINTER;
+        return E_INVALIDARG;
     const std::lock_guard lock(m_mutex);
     *length = m_length;
     return S_OK;
@@ -102,7 +102,7 @@ HRESULT PictureBuffer::SetCurrentLength(DWORD length)
 
 HRESULT PictureBuffer::GetMaxLength(DWORD *length)
 {
-    return GetContiguousLength(length);
+    return length ? GetContiguousLength(length) : E_INVALIDARG;
 }
 
 HRESULT PictureBuffer::Lock2D(BYTE **firstLine, LONG *pitch)
