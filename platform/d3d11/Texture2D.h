@@ -7,6 +7,8 @@
 #include <d3d11.h>
 #include <dxgi.h>
 
+#include <atomic>
+
 namespace winmedia
 {
 
@@ -35,8 +37,8 @@ public:
     STDMETHODIMP GetParent(REFIID, void **) override { return E_NOTIMPL; }
     // ID3D11Resource
     STDMETHODIMP_(void) GetType(D3D11_RESOURCE_DIMENSION *dimension) override;
-    STDMETHODIMP_(void) SetEvictionPriority(UINT) override {}
-    STDMETHODIMP_(UINT) GetEvictionPriority() override { return 0; }
+    STDMETHODIMP_(void) SetEvictionPriority(UINT priority) override { m_evictionPriority = priority; }
+    STDMETHODIMP_(UINT) GetEvictionPriority() override { return m_evictionPriority; }
     // ID3D11Texture2D
     STDMETHODIMP_(void) GetDesc(D3D11_TEXTURE2D_DESC *description) override { *description = m_description; }
     // IDXGIDeviceSubObject
@@ -70,6 +72,7 @@ private:
     const ImageShape m_shape;
     const UINT m_pitch; // bytes
     const AlignedMemory m_memory;
+    std::atomic<UINT> m_evictionPriority{DXGI_RESOURCE_PRIORITY_NORMAL}; // only a word to be kept: nothing is evicted
 };
 
 } // namespace winmedia

@@ -102,34 +102,6 @@ TEST_F(VideoTexture, IsNotCopiedToAnotherFormatOrSize)
     EXPECT_EQ(read(other), Bytes(128, 0));
 }
 
-TEST_F(VideoTexture, HasSlices)
-{
-    auto description = plainTexture(4, 2);
-    description.ArraySize = 2;
-    CComPtr<ID3D11Texture2D> texture;
-    ASSERT_EQ(device->CreateTexture2D(&description, nullptr, &texture), S_OK);
-    EXPECT_FALSE(faceOf<IDXGISurface>(texture));
-    const Bytes content = countingBytes(32);
-    context->UpdateSubresource(texture, 1, nullptr, content.data(), 16, 0);
-    EXPECT_EQ(read(texture, 0), Bytes(32, 0));
-    EXPECT_EQ(read(texture, 1), content);
-    context->UpdateSubresource(texture, 2, nullptr, content.data(), 16, 0);
-}
-
-TEST_F(VideoTexture, IsMappedAsASurface)
-{
-    const auto texture = makeTexture(stagingTexture(4, 2), countingBytes(32), 16);
-    const auto surface = faceOf<IDXGISurface>(texture);
-    DXGI_MAPPED_RECT mapped = {};
-    ASSERT_EQ(surface->Map(&mapped, DXGI_MAP_READ), S_OK);
-    EXPECT_EQ(Bytes(mapped.pBits + mapped.Pitch, mapped.pBits + mapped.Pitch + 4), (Bytes{113, 120, 127, 134}));
-    EXPECT_EQ(surface->Unmap(), S_OK);
-    EXPECT_EQ(surface->Map(&mapped, 0), E_INVALIDARG);
-    CComPtr<ID3D11Device> owner;
-    EXPECT_EQ(surface->GetDevice(__uuidof(ID3D11Device), reinterpret_cast<void **>(&owner)), S_OK);
-    EXPECT_EQ(owner.p, device.p);
-}
-
 TEST_F(VideoTexture, OfDynamicUsageIsMappedToBeDiscarded)
 {
     auto description = plainTexture(4, 2);
@@ -141,6 +113,14 @@ TEST_F(VideoTexture, OfDynamicUsageIsMappedToBeDiscarded)
     EXPECT_EQ(context->Map(texture, 0, D3D11_MAP_WRITE, 0, &mapped), E_INVALIDARG);
     EXPECT_EQ(context->Map(texture, 0, D3D11_MAP_WRITE_DISCARD, 0, &mapped), S_OK);
     context->Unmap(texture, 0);
+}
+
+TEST_F(VideoTexture, KeepsItsEvictionPriority)
+{
+    const auto texture = makeTexture(plainTexture(4, 2));
+    EXPECT_EQ(texture->GetEvictionPriority(), static_cast<UINT>(DXGI_RESOURCE_PRIORITY_NORMAL));
+    texture->SetEvictionPriority(DXGI_RESOURCE_PRIORITY_HIGH);
+    EXPECT_EQ(texture->GetEvictionPriority(), static_cast<UINT>(DXGI_RESOURCE_PRIORITY_HIGH));
 }
 
 TEST_F(DeviceLimits, MakesNoTexturesThatAreTooLarge)

@@ -144,6 +144,19 @@ TEST_F(Texture, KeepsItsDeviceAlive)
     EXPECT_EQ(owner->GetDeviceRemovedReason(), S_OK);
 }
 
+TEST_F(Texture, HasSlices)
+{
+    auto description = plainTexture(4, 2);
+    description.ArraySize = 2;
+    CComPtr<ID3D11Texture2D> texture;
+    ASSERT_EQ(device->CreateTexture2D(&description, nullptr, &texture), S_OK);
+    const Bytes content = countingBytes(32);
+    context->UpdateSubresource(texture, 1, nullptr, content.data(), 16, 0);
+    EXPECT_EQ(read(texture, 0), Bytes(32, 0));
+    EXPECT_EQ(read(texture, 1), content);
+    context->UpdateSubresource(texture, 2, nullptr, content.data(), 16, 0);
+}
+
 TEST_F(Context, MapsStagingTexturesOnly)
 {
     D3D11_MAPPED_SUBRESOURCE mapped = {};
