@@ -1,6 +1,7 @@
 #include "tests/platform/DataSupport.h"
 
 #include <initializer_list>
+#include <utility>
 
 namespace
 {
@@ -114,4 +115,27 @@ TEST_F(AttributesComparison, TellsTypesApart)
     const auto theirs = storeOf({});
     theirs->SetUINT64(keys[0], 1);
     EXPECT_FALSE(matches(ours, theirs, MF_ATTRIBUTES_MATCH_INTERSECTION));
+}
+
+TEST_F(AttributesComparison, OfAnItemFindsNothingAtANullPointer)
+{
+    const WCHAR empty[] = {0};
+    const auto store = storeOf({});
+    ASSERT_EQ(store->SetString(keys[0], empty), S_OK);
+    ASSERT_EQ(store->SetGUID(keys[1], GUID_NULL), S_OK);
+    for (const auto &[key, type] : {std::pair{keys[0], VT_LPWSTR}, std::pair{keys[1], VT_CLSID}}) {
+        PROPVARIANT value;
+        PropVariantInit(&value);
+        value.vt = static_cast<VARTYPE>(type);
+        BOOL same = TRUE;
+        EXPECT_EQ(store->CompareItem(key, value, &same), S_OK);
+        EXPECT_FALSE(same) << type;
+    }
+}
+
+TEST_F(AttributesComparison, IsOfAKnownKind)
+{
+    BOOL result = FALSE;
+    const auto store = storeOf({{0, 1}});
+    EXPECT_EQ(store->Compare(store, static_cast<MF_ATTRIBUTES_MATCH_TYPE>(99), &result), E_INVALIDARG);
 }

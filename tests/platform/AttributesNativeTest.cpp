@@ -38,21 +38,6 @@ protected:
 
 } // namespace
 
-TEST_F(AttributesNative, EqualNoTextAtANullPointer)
-{
-    const WCHAR empty[] = {0};
-    ASSERT_EQ(store->SetString(key, empty), S_OK);
-    value.vt = VT_LPWSTR;
-    EXPECT_FALSE(comparesEqual(store, value));
-}
-
-TEST_F(AttributesNative, EqualNoIdentifierAtANullPointer)
-{
-    ASSERT_EQ(store->SetGUID(key, GUID_NULL), S_OK);
-    value.vt = VT_CLSID;
-    EXPECT_FALSE(comparesEqual(store, value));
-}
-
 TEST_F(AttributesNative, EqualNoBytesAtANullPointer)
 {
     const UINT8 bytes[] = {1, 2};

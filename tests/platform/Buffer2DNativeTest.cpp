@@ -32,18 +32,6 @@ TEST(PictureBufferNative, ShowsPackedMemoryToLockAsItIs)
     EXPECT_EQ(lines, data);
 }
 
-TEST(PictureBufferNative, CountsAsWholeUnderLock)
-{
-    const auto packed = faceOf<IMFMediaBuffer>(rgbPicture(6));
-    BYTE *data = nullptr;
-    DWORD room = 0;
-    DWORD length = 0;
-    ASSERT_EQ(packed->Lock(&data, &room, &length), S_OK);
-    EXPECT_EQ(room, 96U);
-    EXPECT_EQ(length, 96U);
-    EXPECT_EQ(packed->Unlock(), S_OK);
-}
-
 TEST(PictureBufferNative, GivesALaterLockNoMoreThanTheFirst)
 {
     const auto buffer = rgbPicture(6);

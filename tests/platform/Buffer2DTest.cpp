@@ -88,6 +88,18 @@ TEST_F(PictureBuffer, ShowsItsLinesPackedToLock)
     EXPECT_EQ(contentOf(packed), packedLines({1, 2, 3, 4}));
 }
 
+TEST_F(PictureBuffer, CountsAsWholeUnderLock)
+{
+    const auto packed = faceOf<IMFMediaBuffer>(rgbPicture());
+    BYTE *data = nullptr;
+    DWORD room = 0;
+    DWORD length = 0;
+    ASSERT_EQ(packed->Lock(&data, &room, &length), S_OK);
+    EXPECT_EQ(room, 96U);
+    EXPECT_EQ(length, 96U);
+    EXPECT_EQ(packed->Unlock(), S_OK);
+}
+
 TEST_F(PictureBuffer, TakesBackWhatWasWrittenUnderLock)
 {
     const auto buffer = rgbPicture();

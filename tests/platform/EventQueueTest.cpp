@@ -263,6 +263,21 @@ TEST_F(EventQueue, ShutdownReleasesTheEventsThatWait)
     EXPECT_TRUE(ends.waitFor(1));
 }
 
+TEST_F(EventQueue, LetsASubscriberGoThatHasNotEndedItsRequest)
+{
+    Record<int> calls;
+    Record<int> ends;
+    ASSERT_EQ(
+        queue->BeginGetEvent(makeCallback([&](IMFAsyncResult *) { calls.add(1); }, 0, [&] { ends.add(1); }), nullptr),
+        S_OK);
+    ASSERT_EQ(queue->QueueEventParamVar(MEEndOfStream, GUID_NULL, S_OK, nullptr), S_OK);
+    ASSERT_TRUE(calls.waitFor(1));
+    EXPECT_TRUE(ends.entries().empty());
+    EXPECT_EQ(queue->Shutdown(), S_OK);
+    EXPECT_TRUE(ends.waitFor(1));
+    EXPECT_EQ(calls.entries().size(), 1U);
+}
+
 TEST_F(EventQueue, ARequestThatIsEndedLateHearsOfTheShutdown)
 {
     Record<CComPtr<IMFAsyncResult>> requests;
