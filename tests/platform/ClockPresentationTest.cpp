@@ -94,6 +94,9 @@ TEST_F(PresentationClock, CanDoLittleWithoutATimeSource)
     EXPECT_EQ(clock->Start(0), MF_E_CLOCK_NO_TIME_SOURCE);
     EXPECT_EQ(clock->Stop(), MF_E_CLOCK_NO_TIME_SOURCE);
     EXPECT_EQ(clock->Pause(), MF_E_CLOCK_NO_TIME_SOURCE);
+    CComPtr<IMFRateControl> control;
+    ASSERT_EQ(clock.QueryInterface(&control), S_OK);
+    EXPECT_EQ(control->SetRate(FALSE, 1.0F), MF_E_CLOCK_NO_TIME_SOURCE);
     EXPECT_EQ(state(), MFCLOCK_STATE_INVALID);
 }
 

@@ -135,3 +135,27 @@ TEST_F(DeviceManager, IsNotUnlockedByWhoHasNotLocked)
     ASSERT_EQ(manager->ResetDevice(device, token), S_OK);
     EXPECT_TRUE(FAILED(manager->UnlockDevice(openHandle(), FALSE)));
 }
+
+TEST_F(DeviceManager, GivesTheDeviceAsWhatItIsOnly)
+{
+    ASSERT_EQ(manager->ResetDevice(device, token), S_OK);
+    const HANDLE handle = openHandle();
+    void *service = nullptr;
+    EXPECT_EQ(manager->GetVideoService(handle, __uuidof(IMFTopology), &service), E_NOINTERFACE);
+    EXPECT_EQ(manager->LockDevice(handle, __uuidof(IMFTopology), &service, FALSE), E_NOINTERFACE);
+    EXPECT_EQ(manager->UnlockDevice(handle, FALSE), E_INVALIDARG);
+}
+
+TEST_F(DeviceManager, UnlocksTheDeviceWithTheHandleThatIsClosed)
+{
+    ASSERT_EQ(manager->ResetDevice(device, token), S_OK);
+    const HANDLE first = openHandle();
+    const HANDLE second = openHandle();
+    ASSERT_EQ(lock(first, false), S_OK);
+    ASSERT_EQ(manager->CloseDeviceHandle(first), S_OK);
+    auto locked = std::async(std::launch::async, [&] {
+        const HRESULT hr = lock(second, false);
+        return SUCCEEDED(hr) ? manager->UnlockDevice(second, FALSE) : hr;
+    });
+    EXPECT_EQ(locked.get(), S_OK);
+}

@@ -136,6 +136,13 @@ TEST(MulDiv, OutgrowsNothingOnTheWay)
     EXPECT_EQ(MFllMulDiv(1LL << 60, 1LL << 40, 1LL << 50, 0), 1LL << 50);
 }
 
+TEST(MulDiv, GoesToTheLimitOfItsSign_WhenDividedByZero)
+{
+    EXPECT_EQ(MFllMulDiv(5, 1, 0, 0), std::numeric_limits<int64_t>::max());
+    EXPECT_EQ(MFllMulDiv(0, 1, 0, 0), std::numeric_limits<int64_t>::max());
+    EXPECT_EQ(MFllMulDiv(-5, 1, 0, 0), std::numeric_limits<int64_t>::min());
+}
+
 TEST(MulDiv, EndsAtTheLimits)
 {
     EXPECT_EQ(MFllMulDiv(1LL << 62, 4, 1, 0), std::numeric_limits<int64_t>::max());

@@ -40,3 +40,11 @@ TEST_F(MediaTypeNative, CannotBeComparedToNothing)
     DWORD flags = 0;
     EXPECT_EQ(nv12Type()->IsEqual(nullptr, &flags), E_INVALIDARG);
 }
+
+TEST_F(MediaTypeNative, SaysThatItDoesNotKnowARepresentation)
+{
+    const auto type = nv12Type();
+    void *representation = nullptr;
+    EXPECT_EQ(type->GetRepresentation(GUID_NULL, &representation), MF_E_UNSUPPORTED_REPRESENTATION);
+    EXPECT_EQ(type->FreeRepresentation(GUID_NULL, nullptr), MF_E_UNSUPPORTED_REPRESENTATION);
+}

@@ -123,3 +123,12 @@ TEST_F(MediaType, MatchesAPartialTypeThatItFills)
     EXPECT_FALSE(MFCompareFullToPartialMediaType(full, partial));
     EXPECT_FALSE(MFCompareFullToPartialMediaType(full, typeOf(MFMediaType_Audio, MFVideoFormat_NV12)));
 }
+
+TEST_F(MediaType, HasNoRepresentationThatNobodyKnows)
+{
+    const auto type = nv12Type();
+    void *representation = nullptr;
+    EXPECT_TRUE(FAILED(type->GetRepresentation(GUID_NULL, &representation)));
+    EXPECT_EQ(representation, nullptr);
+    EXPECT_TRUE(FAILED(type->FreeRepresentation(GUID_NULL, nullptr)));
+}

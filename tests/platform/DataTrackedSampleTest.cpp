@@ -176,6 +176,7 @@ TEST_F(TrackedSample, LeavesItsResultUsableAsLongAsItIsHeld)
     CComPtr<IUnknown> stateOfResult;
     EXPECT_EQ(held->GetState(&stateOfResult), S_OK);
     EXPECT_EQ(stateOfResult.p, state.p);
+    EXPECT_EQ(held->GetStateNoAddRef(), state.p);
     EXPECT_TRUE(faceOf<IMFAsyncResult>(held));
     EXPECT_EQ(held->SetStatus(E_FAIL), S_OK);
     EXPECT_EQ(held->GetStatus(), E_FAIL);

@@ -167,6 +167,24 @@ TEST(TopologyNode, HasNoInputOfASourceAndNoOutputOfAnOutput)
     EXPECT_EQ(output->SetOutputPrefType(0, type), E_NOTIMPL);
 }
 
+TEST(TopologyNode, IsNotConnectedToNothing)
+{
+    const auto source = makeNode(MF_TOPOLOGY_SOURCESTREAM_NODE);
+    EXPECT_EQ(source->ConnectOutput(0, nullptr, 0), E_UNEXPECTED);
+    DWORD count = 99;
+    EXPECT_EQ(source->GetOutputCount(&count), S_OK);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST(TopologyNode, OfATeeHasOneInput)
+{
+    const auto tee = makeNode(MF_TOPOLOGY_TEE_NODE);
+    CComPtr<IMFMediaType> type;
+    ASSERT_EQ(MFCreateMediaType(&type), S_OK);
+    EXPECT_EQ(tee->SetInputPrefType(1, type), MF_E_INVALIDTYPE);
+    EXPECT_EQ(tee->SetInputPrefType(0, type), S_OK);
+}
+
 TEST(TopologyNode, KeepsPreferredTypes)
 {
     const auto node = makeNode(MF_TOPOLOGY_TRANSFORM_NODE);
@@ -346,4 +364,16 @@ TEST(Collection, FillsUpWithEmptyPlaces_WhenInsertedBehindTheEnd)
     EXPECT_EQ(collection->GetElement(1, &found), E_UNEXPECTED);
     EXPECT_EQ(collection->GetElement(2, &found), S_OK);
     EXPECT_EQ(found.p, token.p);
+}
+
+TEST(Collection, HoldsEmptyPlaces)
+{
+    CComPtr<IMFCollection> collection;
+    CComPtr<IUnknown> found;
+    ASSERT_EQ(MFCreateCollection(&collection), S_OK);
+    EXPECT_EQ(collection->AddElement(nullptr), S_OK);
+    EXPECT_EQ(countOf(collection), 1U);
+    EXPECT_EQ(collection->RemoveElement(0, &found), S_OK);
+    EXPECT_FALSE(found);
+    EXPECT_EQ(countOf(collection), 0U);
 }

@@ -139,6 +139,7 @@ TEST_F(WorkQueue, RefusesIdentifiersThatNoQueueHas)
         EXPECT_EQ(MFPutWorkItem(unknown, callback, nullptr), MF_E_INVALID_WORKQUEUE) << unknown;
         EXPECT_EQ(MFPutWorkItem2(unknown, 1, callback, nullptr), MF_E_INVALID_WORKQUEUE) << unknown;
     }
+    EXPECT_EQ(MFLockWorkQueue(0xffff1234U), MF_E_INVALID_WORKQUEUE);
     EXPECT_EQ(MFUnlockWorkQueue(0xffff1234U), MF_E_INVALID_WORKQUEUE);
 }
 
