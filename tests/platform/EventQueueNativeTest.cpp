@@ -80,6 +80,14 @@ TEST(EventQueueShutdownNative, ASubscriberHearsOfItOnce_WhenEventsKeepComing)
     EXPECT_EQ(MFShutdown(), S_OK);
 }
 
+TEST(EventQueueShutdownNative, IsOnce)
+{
+    CComPtr<IMFMediaEventQueue> queue;
+    ASSERT_EQ(MFCreateEventQueue(&queue), S_OK);
+    EXPECT_EQ(queue->Shutdown(), S_OK);
+    EXPECT_EQ(queue->Shutdown(), MF_E_SHUTDOWN);
+}
+
 TEST(EventQueueNative, AWaitingCallGivesWayToASubscriber)
 {
     ASSERT_EQ(MFStartup(MF_VERSION, MFSTARTUP_LITE), S_OK);
