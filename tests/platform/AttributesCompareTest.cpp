@@ -117,6 +117,17 @@ TEST_F(AttributesComparison, TellsTypesApart)
     EXPECT_FALSE(matches(ours, theirs, MF_ATTRIBUTES_MATCH_INTERSECTION));
 }
 
+TEST_F(AttributesComparison, TellsObjectsApart)
+{
+    const auto one = storeOf({});
+    const auto another = storeOf({});
+    ASSERT_EQ(one->SetUnknown(keys[0], makeToken()), S_OK);
+    ASSERT_EQ(another->SetUnknown(keys[0], makeToken()), S_OK);
+    EXPECT_FALSE(matches(one, another, MF_ATTRIBUTES_MATCH_ALL_ITEMS));
+    ASSERT_EQ(another->SetUnknown(keys[0], nullptr), S_OK);
+    EXPECT_FALSE(matches(one, another, MF_ATTRIBUTES_MATCH_ALL_ITEMS));
+}
+
 TEST_F(AttributesComparison, OfAnItemFindsNothingAtANullPointer)
 {
     const WCHAR empty[] = {0};

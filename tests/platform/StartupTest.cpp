@@ -38,6 +38,13 @@ TEST(StartupDeathTest, WorkItemsNeedAStartedPlatform)
     EXPECT_EQ(MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_STANDARD, callback, nullptr), MF_E_SHUTDOWN);
     EXPECT_EQ(MFPutWorkItem2(MFASYNC_CALLBACK_QUEUE_MULTITHREADED, 1, callback, nullptr), MF_E_SHUTDOWN);
     EXPECT_EQ(MFScheduleWorkItem(callback, nullptr, -1, nullptr), MF_E_SHUTDOWN);
+    EXPECT_EQ(MFCancelWorkItem(1), MF_E_SHUTDOWN);
+}
+
+TEST(StartupDeathTest, IsNotNeededToShutDown)
+{
+    EXPECT_EQ(MFShutdown(), S_OK);
+    EXPECT_EQ(tryToAllocate(), MF_E_SHUTDOWN);
 }
 
 TEST(StartupDeathTest, IsCounted)
