@@ -1,3 +1,5 @@
+// No system says whether two stores may be compared and copied both ways at a time. Here neither waits for the other.
+
 #include "tests/platform/AttributesThreadSupport.h"
 
 using AttributesOnThreadsNative = StartedPlatform;

@@ -1,3 +1,5 @@
+// What is documented of locks of pictures and not kept by every system, and what packed memory looks like here.
+
 #include "tests/platform/DataSupport.h"
 
 #include <d3d9types.h>

@@ -1,3 +1,5 @@
+// What not every system can do of buffers on textures: pictures turned over, slices, formats of video.
+
 #include "tests/platform/TextureSupport.h"
 
 namespace

@@ -1,3 +1,5 @@
+// Samples with pictures, which not every system copies as contiguous bytes.
+
 #include "tests/platform/DataSupport.h"
 
 #include <d3d9types.h>
