@@ -115,7 +115,19 @@ TEST_F(VideoTexture, OfDynamicUsageIsMappedToBeDiscarded)
     context->Unmap(texture, 0);
 }
 
-TEST_F(VideoTexture, KeepsItsEvictionPriority)
+TEST_F(DeviceLimits, CopyToNoImmutableTexture)
+{
+    const Bytes content = countingBytes(32);
+    auto description = plainTexture(4, 2);
+    description.Usage = D3D11_USAGE_IMMUTABLE;
+    description.BindFlags = D3D11_BIND_SHADER_RESOURCE;
+    const auto texture = makeTexture(description, content, 16);
+    const auto source = makeTexture(plainTexture(4, 2), Bytes(32, 0xEE), 16);
+    context->CopyResource(texture, source);
+    EXPECT_EQ(read(texture), content);
+}
+
+TEST_F(DeviceLimits, KeepEvictionPrioritiesAsWords)
 {
     const auto texture = makeTexture(plainTexture(4, 2));
     EXPECT_EQ(texture->GetEvictionPriority(), static_cast<UINT>(DXGI_RESOURCE_PRIORITY_NORMAL));

@@ -242,3 +242,29 @@ TEST_F(Context, CopiesNothingOfAnEmptyPart)
     context->CopySubresourceRegion(destination, 0, 0, 0, 0, source, 0, &part);
     EXPECT_EQ(read(destination), Bytes(32, 0xEE));
 }
+
+TEST_F(Context, CopiesNothingToAnotherSizeOrFormat)
+{
+    const auto source = makeTexture(plainTexture(4, 2), countingBytes(32), 16);
+    const auto larger = makeTexture(plainTexture(4, 3), Bytes(48, 0xEE), 16);
+    context->CopyResource(larger, source);
+    EXPECT_EQ(read(larger), Bytes(48, 0xEE));
+    const auto other = makeTexture(plainTexture(4, 2, DXGI_FORMAT_R8G8B8A8_UNORM), Bytes(32, 0xEE), 16);
+    context->CopyResource(other, source);
+    EXPECT_EQ(read(other), Bytes(32, 0xEE));
+}
+
+TEST_F(Context, CopiesNothingBeyondAnEdge)
+{
+    const auto source = makeTexture(plainTexture(4, 2), countingBytes(32), 16);
+    const auto destination = makeTexture(plainTexture(4, 2), Bytes(32, 0xEE), 16);
+    const D3D11_BOX beyond = {2, 0, 0, 6, 1, 1};
+    const D3D11_BOX below = {0, 1, 0, 2, 3, 1};
+    const D3D11_BOX fitting = {0, 0, 0, 2, 1, 1};
+    context->CopySubresourceRegion(destination, 0, 0, 0, 0, source, 0, &beyond);
+    context->CopySubresourceRegion(destination, 0, 0, 0, 0, source, 0, &below);
+    context->CopySubresourceRegion(destination, 0, 3, 0, 0, source, 0, &fitting);
+    context->CopySubresourceRegion(destination, 0, 0, 2, 0, source, 0, &fitting);
+    context->CopySubresourceRegion(destination, 0, 0, 0, 0, source, 1, &fitting);
+    EXPECT_EQ(read(destination), Bytes(32, 0xEE));
+}
