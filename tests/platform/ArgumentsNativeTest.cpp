@@ -69,7 +69,7 @@ TEST_F(MissingArgumentsNative, OfWorkQueuesAreRefused)
     ASSERT_EQ(MFCreateAsyncResult(nullptr, nullptr, nullptr, &withoutCallback), S_OK);
     DWORD none = 0;
     EXPECT_EQ(MFAllocateWorkQueue(nullptr), E_POINTER);
-    EXPECT_EQ(MFAllocateWorkQueueEx(static_cast<MFASYNC_WORKQUEUE_TYPE>(99), &none), E_INVALIDARG);
+    EXPECT_EQ(MFAllocateWorkQueueEx(static_cast<MFASYNC_WORKQUEUE_TYPE>(3), &none), E_INVALIDARG);
     EXPECT_EQ(MFAllocateSerialWorkQueue(queue, nullptr), E_POINTER);
     EXPECT_EQ(MFPutWorkItem(queue, nullptr, nullptr), E_POINTER);
     EXPECT_EQ(MFPutWorkItemEx(queue, nullptr), E_POINTER);

@@ -148,5 +148,5 @@ TEST_F(AttributesComparison, IsOfAKnownKind)
 {
     BOOL result = FALSE;
     const auto store = storeOf({{0, 1}});
-    EXPECT_EQ(store->Compare(store, static_cast<MF_ATTRIBUTES_MATCH_TYPE>(99), &result), E_INVALIDARG);
+    EXPECT_EQ(store->Compare(store, static_cast<MF_ATTRIBUTES_MATCH_TYPE>(7), &result), E_INVALIDARG);
 }
