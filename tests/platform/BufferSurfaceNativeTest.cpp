@@ -1,4 +1,5 @@
-// What not every system can do of buffers on textures: pictures turned over, slices, formats of video.
+// What not every system can do of buffers on textures: contiguous bytes, pictures turned over, slices, formats of
+// video.
 
 #include "tests/platform/TextureSupport.h"
 
@@ -50,4 +51,18 @@ TEST_F(SurfaceBufferNative, HoldsChromaBehindTheLines)
     CComPtr<IMFMediaBuffer> buffer;
     ASSERT_EQ(MFCreateDXGISurfaceBuffer(__uuidof(ID3D11Texture2D), texture, 0, FALSE, &buffer), S_OK);
     EXPECT_EQ(contentOf(buffer), content);
+}
+
+TEST_F(SurfaceBufferNative, IsCopiedAsContiguousBytes)
+{
+    const Bytes content = countingBytes(128);
+    const auto texture = makeTexture(plainTexture(8, 4), content, 32);
+    CComPtr<IMFMediaBuffer> buffer;
+    ASSERT_EQ(MFCreateDXGISurfaceBuffer(__uuidof(ID3D11Texture2D), texture, 0, FALSE, &buffer), S_OK);
+    const auto lines = faceOf<IMF2DBuffer>(buffer);
+    Bytes found(128);
+    EXPECT_EQ(lines->ContiguousCopyTo(found.data(), 128), S_OK);
+    EXPECT_EQ(found, content);
+    EXPECT_EQ(lines->ContiguousCopyFrom(Bytes(128, 5).data(), 128), S_OK);
+    EXPECT_EQ(read(texture), Bytes(128, 5));
 }

@@ -95,6 +95,8 @@ TEST_F(Unimplemented, DeviceTellsNothingOfFeaturesAndKeepsNoPrivateData)
     EXPECT_EQ(texture->GetPrivateData(GUID_NULL, &number, nullptr), E_NOTIMPL);
     EXPECT_EQ(texture->SetPrivateData(GUID_NULL, sizeof number, &number), E_NOTIMPL);
     EXPECT_EQ(texture->SetPrivateDataInterface(GUID_NULL, device), E_NOTIMPL);
+    expectNone<void>("parent",
+                     [&](auto out) { return faceOf<IDXGISurface>(texture)->GetParent(IID_ID3D11Device, out); });
 }
 
 TEST_F(Unimplemented, QueuesHaveNoWindowsAndNoPeriodicCallbacks)
