@@ -248,6 +248,9 @@ void Pipeline::rewire()
                 relink(entry, outlet, *output->getConnectedInput());
         }
     }
+    // The sink that a source has waited for may be another's by now.
+    for (auto &[node, entry] : m_entries)
+        startSource(entry);
 }
 
 void Pipeline::relink(const Entry &source, Outlet &outlet, NodeInput &input)

@@ -223,6 +223,12 @@ void KeepingSink::createMediaObjects()
         --failures;
         return setStatus(Error);
     }
+    if (!takesItsTime)
+        finish();
+}
+
+void KeepingSink::finish()
+{
     m_sink = CComPtr<IMFMediaSink>(
         host::createObject<host::MonitorSink>(std::vector<std::shared_ptr<host::SampleConsumer>>{m_pictures, m_sound})
             .p);

@@ -104,6 +104,9 @@ public:
     int topologies = 0;
     // How often the node answers createMediaObjects() with Error before it creates anything.
     int failures = 0;
+    // Whether creation ends with a call of finish() only.
+    bool takesItsTime = false;
+    void finish();
     void ask() { requestCreate(); }
 
     void onTopologyCreated() override { ++topologies; }

@@ -324,6 +324,34 @@ TEST_F(PipelineTest, KeepsNodesWhoseLinksChangePlaces)
     m_pipeline.setNodes({});
 }
 
+TEST_F(PipelineTest, StartsASourceWhoseLinkMovesFromASinkThatIsBeingMade)
+{
+    ScriptedSource other;
+    KeepingSink otherSink;
+    other.videoType = pictureType(128, 64);
+    m_sink.takesItsTime = true;
+    link();
+    other.video()->connectTo(otherSink.video());
+    other.audio()->connectTo(otherSink.audio());
+    m_pipeline.setNodes({&m_source, &m_sink, &other, &otherSink});
+    m_pipeline.start();
+    ASSERT_TRUE(waitUntil([&] { return otherSink.pictures().samples() > 5 && m_sink.created == 1; }));
+    ASSERT_EQ(m_source.topologies, 0); // it waits for the sink
+
+    m_source.video()->connectTo(otherSink.video());
+    m_source.audio()->connectTo(otherSink.audio());
+    other.video()->connectTo(m_sink.video());
+    other.audio()->connectTo(m_sink.audio());
+    EXPECT_TRUE(waitUntil([this] { return m_source.topologies == 1; }));
+    EXPECT_TRUE(waitUntil(
+        [&, before = otherSink.pictures().samples()] { return otherSink.pictures().samples() > before + 5; }));
+    EXPECT_THAT(otherSink.pictures().log(), testing::Contains("type 64"));
+    m_sink.takesItsTime = false;
+    m_sink.finish();
+    EXPECT_TRUE(flows());
+    m_pipeline.setNodes({});
+}
+
 TEST_F(PipelineTest, MakesASourceAnewThatAsksForItBesideANewLink)
 {
     KeepingSink other;
