@@ -6,7 +6,8 @@ namespace nditools
 {
 
 // From now on the first Ctrl-C or request to terminate only sets interrupted(), and ends waits for input; a second one
-// ends the process. Called once, before there are other threads.
+// ends the process. Called once, before there are other threads, on the thread that is to ask interrupted() time and
+// again: on Windows only that one learns of a program's wish that this one close.
 void catchInterrupts();
 bool interrupted();
 
