@@ -178,7 +178,7 @@ TEST_F(SenderUnderAttack, AnnouncesFramesAgainWhenAReceiverReadsAgain)
         sendText(m_sender, "short");
         const auto next = readMessage(socket);
         announced = next.type == MessageType::Video;
-        texts += next.type == MessageType::Metadata && next.body.size() < large.size() ? 1 : 0;
+        texts += next.body.find("short") != std::string::npos ? 1 : 0; // behind what went to the companion at first
     }
     EXPECT_TRUE(announced);
 }
