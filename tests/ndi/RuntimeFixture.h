@@ -17,8 +17,8 @@
 namespace ndi_test
 {
 
-constexpr std::chrono::seconds patience{10}; // for what is expected to happen
-constexpr std::uint32_t patienceMs = 10000;
+constexpr std::chrono::seconds patience{30}; // for what is expected to happen
+constexpr std::uint32_t patienceMs = 30000;
 constexpr std::uint32_t moment = 150; // ms, to see that something does not happen
 
 struct FinderDeleter {
