@@ -86,6 +86,13 @@ need_windows() {
     "$root/tools/windows-libraries" "${options[@]}"
 }
 
+# Wine's services, and what owns its desktop, keep the standard error of the program that they are started for until the
+# last program has ended: a test's pipe would stay open as long. So they start here, and a window that nobody closes has
+# them stay; the second window comes when there is a desktop.
+start_wine() {
+    tools/wine start notepad && tools/wine wineconsole cmd /c exit
+}
+
 # with_wine COMMAND...: a program or a function, in the tree's root, with Direct3D on a display of its own; nothing of Wine
 # is left running.
 with_wine() (
@@ -97,5 +104,6 @@ with_wine() (
     trap 'WINEDEBUG=-all wineserver -k || true; kill "$server" 2>/dev/null || true' EXIT
     read -r -t 30 -u "$display" DISPLAY || fail "no display: $(cat "$(log_file xvfb)")"
     DISPLAY=:$DISPLAY
+    start_wine >"$(log_file wine)" 2>&1 </dev/null || fail "Wine does not start: $(cat "$(log_file wine)")"
     ("$@")
 )
