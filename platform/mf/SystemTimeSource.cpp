@@ -114,12 +114,13 @@ public:
         if (!clock)
             return E_POINTER;
         const std::lock_guard lock(m_mutex);
-        if (!m_clock) {
-            const auto made = createObject<SystemClock>();
-            m_clock = Ref<IMFClock>(made.get());
-        }
-        m_clock.copyTo(clock);
-        return *clock ? S_OK : E_OUTOFMEMORY;
+        if (!m_clock)
+            m_clock = createObject<SystemClock>();
+        if (!m_clock)
+            return E_OUTOFMEMORY;
+        *clock = m_clock.get();
+        (*clock)->AddRef();
+        return S_OK;
     }
 
     STDMETHODIMP OnClockStart(MFTIME systemTime, LONGLONG offset) override
@@ -185,7 +186,7 @@ private:
     LONGLONG m_time = 0; // when it was last set, and while it does not run
     MFTIME m_since = 0;
     float m_rate = 1.0F;
-    Ref<IMFClock> m_clock; // made for the first who asks
+    Ref<SystemClock> m_clock; // made for the first who asks
 };
 
 } // namespace
