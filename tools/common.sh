@@ -16,8 +16,8 @@ build_packages=(g++ cmake ninja-build ccache libwine-dev qtbase5-dev qtdeclarati
 build_reason="compiler, build tools, Qt 5, the Windows interface headers, Boost, libyuv and GoogleTest"
 bench_packages=(libbenchmark-dev)
 bench_reason="the library that the benchmarks are written with"
-lint_packages=(clang-format clang-tidy)
-lint_reason="formatting and static checks"
+lint_packages=(clang-format clang-tidy git)
+lint_reason="formatting and static checks, of the files that git knows"
 
 missing_packages() {
     local package
