@@ -16,17 +16,32 @@ namespace
 
 constexpr UINT64 frequency = 10'000'000; // Hz: 100 ns units
 
-MFCLOCK_PROPERTIES propertiesOfClocks()
+// What the clocks below tell alike.
+template <typename... Interfaces>
+class ClockBase : public ComObject<Interfaces...>
 {
-    MFCLOCK_PROPERTIES properties = {};
-    properties.qwClockFrequency = frequency;
-    properties.dwClockTolerance = MFCLOCK_TOLERANCE_UNKNOWN;
-    properties.dwClockJitter = 1;
-    return properties;
-}
+public:
+    STDMETHODIMP GetContinuityKey(DWORD *key) override
+    {
+        if (!key)
+            return E_POINTER;
+        *key = 0;
+        return S_OK;
+    }
+    STDMETHODIMP GetProperties(MFCLOCK_PROPERTIES *properties) override
+    {
+        if (!properties)
+            return E_POINTER;
+        *properties = {};
+        properties->qwClockFrequency = frequency;
+        properties->dwClockTolerance = MFCLOCK_TOLERANCE_UNKNOWN;
+        properties->dwClockJitter = 1;
+        return S_OK;
+    }
+};
 
 // The system's clock itself, which always runs and tells what MFGetSystemTime() tells.
-class SystemClock final : public ComObject<IMFClock>
+class SystemClock final : public ClockBase<IMFClock>
 {
 public:
     STDMETHODIMP GetClockCharacteristics(DWORD *characteristics) override
@@ -44,13 +59,6 @@ public:
         *clockTime = *systemTime = MFGetSystemTime();
         return S_OK;
     }
-    STDMETHODIMP GetContinuityKey(DWORD *key) override
-    {
-        if (!key)
-            return E_POINTER;
-        *key = 0;
-        return S_OK;
-    }
     STDMETHODIMP GetState(DWORD, MFCLOCK_STATE *state) override
     {
         if (!state)
@@ -58,17 +66,10 @@ public:
         *state = MFCLOCK_STATE_RUNNING;
         return S_OK;
     }
-    STDMETHODIMP GetProperties(MFCLOCK_PROPERTIES *properties) override
-    {
-        if (!properties)
-            return E_POINTER;
-        *properties = propertiesOfClocks();
-        return S_OK;
-    }
 };
 
 // Time that follows the system's clock at the rate set, from where it was started.
-class SystemTimeSource final : public ComObject<IMFPresentationTimeSource, IMFClockStateSink>
+class SystemTimeSource final : public ClockBase<IMFPresentationTimeSource, IMFClockStateSink>
 {
 public:
     STDMETHODIMP GetClockCharacteristics(DWORD *characteristics) override
@@ -87,26 +88,12 @@ public:
         *clockTime = timeAt(*systemTime);
         return S_OK;
     }
-    STDMETHODIMP GetContinuityKey(DWORD *key) override
-    {
-        if (!key)
-            return E_POINTER;
-        *key = 0;
-        return S_OK;
-    }
     STDMETHODIMP GetState(DWORD, MFCLOCK_STATE *state) override
     {
         if (!state)
             return E_POINTER;
         const std::lock_guard lock(m_mutex);
         *state = m_state;
-        return S_OK;
-    }
-    STDMETHODIMP GetProperties(MFCLOCK_PROPERTIES *properties) override
-    {
-        if (!properties)
-            return E_POINTER;
-        *properties = propertiesOfClocks();
         return S_OK;
     }
     STDMETHODIMP GetUnderlyingClock(IMFClock **clock) override
