@@ -7,7 +7,7 @@
 #include <windows.h>
 
 // The five check forms. Each evaluates its expression once; on failure it writes one critical line that quotes the
-// expression as it stands in the source into the category that the file names as checkCategory, and then returns or
+// expression as it stands in the source into the category that checkCategory names, and then returns or
 // throws.
 //
 //   CHECK_HR(expression)          FAILED: return the result from the enclosing function
@@ -16,7 +16,7 @@
 //   CHECK_POINTER(pointer)        null:   return E_POINTER
 //   THROW_POINTER(pointer)        null:   throw ComException(E_POINTER, "Null pointer")
 //
-// A file that uses them says, in its own namespace or an unnamed one: constexpr auto checkCategory = sourceCategory;
+// A folder that uses them has a header that says where: constexpr auto checkCategory = sourceCategory;
 
 using CheckCategory = const QLoggingCategory &();
 

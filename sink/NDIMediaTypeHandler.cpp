@@ -1,17 +1,15 @@
 #include "sink/NDIMediaTypeHandler.h"
 
 #include "hostfw/MediaTypeText.h"
-#include "plugin/Checks.h"
 #include "plugin/Logging.h"
 #include "sink/NDISinkStream.h"
+#include "sink/SinkChecks.h"
 
 #include <mfapi.h>
 #include <mferror.h>
 
 namespace
 {
-
-constexpr auto checkCategory = sinkCategory;
 
 // Whether both agree in every attribute that both have.
 bool agree(IMFMediaType *offered, IMFMediaType *proposed)

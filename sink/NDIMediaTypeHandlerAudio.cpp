@@ -1,16 +1,8 @@
 #include "sink/NDIMediaTypeHandlerAudio.h"
 
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
+#include "sink/SinkChecks.h"
 
 #include <mfapi.h>
-
-namespace
-{
-
-constexpr auto checkCategory = sinkCategory;
-
-} // namespace
 
 std::shared_ptr<NDIMediaTypeHandler> NDIMediaTypeHandlerAudio::create(NDISinkStream *stream)
 {

@@ -1,16 +1,8 @@
 #include "sink/NDIMediaTypeHandlerVideo.h"
 
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
+#include "sink/SinkChecks.h"
 
 #include <mfapi.h>
-
-namespace
-{
-
-constexpr auto checkCategory = sinkCategory;
-
-} // namespace
 
 std::shared_ptr<NDIMediaTypeHandler> NDIMediaTypeHandlerVideo::create(NDISinkStream *stream)
 {

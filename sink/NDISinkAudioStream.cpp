@@ -3,16 +3,14 @@
 #include "format/MediaTypes.h"
 #include "hostfw/HnsTime.h"
 #include "hostfw/MediaBuffers.h"
-#include "plugin/Checks.h"
 #include "plugin/Logging.h"
 #include "sink/NDIMediaTypeHandlerAudio.h"
 #include "sink/NDISinkMF.h"
 #include "sink/SampleMetadata.h"
+#include "sink/SinkChecks.h"
 
 namespace
 {
-
-constexpr auto checkCategory = sinkCategory;
 
 constexpr int floatBytes = 4;
 

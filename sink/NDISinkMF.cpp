@@ -1,10 +1,9 @@
 #include "sink/NDISinkMF.h"
 
 #include "hostfw/ComException.h"
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
 #include "sink/NDISinkAudioStream.h"
 #include "sink/NDISinkVideoStream.h"
+#include "sink/SinkChecks.h"
 
 #include <mferror.h>
 
@@ -12,8 +11,6 @@
 
 namespace
 {
-
-constexpr auto checkCategory = sinkCategory;
 
 constexpr DWORD queuePriority = 5;
 

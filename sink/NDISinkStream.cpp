@@ -1,10 +1,10 @@
 #include "sink/NDISinkStream.h"
 
 #include "hostfw/HnsTime.h"
-#include "plugin/Checks.h"
 #include "plugin/Logging.h"
 #include "sink/NDIMediaTypeHandler.h"
 #include "sink/NDISinkMF.h"
+#include "sink/SinkChecks.h"
 
 #include <mferror.h>
 
@@ -12,8 +12,6 @@
 
 namespace
 {
-
-constexpr auto checkCategory = sinkCategory;
 
 // PRESENTATION_CURRENT_POSITION and MF_QUALITY_NOTIFY_PROCESSING_LATENCY, which not every edition of mfidl.h has.
 constexpr LONGLONG currentPosition = INT64_MAX;

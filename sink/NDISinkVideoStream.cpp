@@ -3,11 +3,11 @@
 #include "format/MediaTypes.h"
 #include "hostfw/HnsTime.h"
 #include "hostfw/MediaBuffers.h"
-#include "plugin/Checks.h"
 #include "plugin/Logging.h"
 #include "sink/NDIMediaTypeHandlerVideo.h"
 #include "sink/NDISinkMF.h"
 #include "sink/SampleMetadata.h"
+#include "sink/SinkChecks.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -16,8 +16,6 @@
 
 namespace
 {
-
-constexpr auto checkCategory = sinkCategory;
 
 size_t pictureBytes(const NDIlib_video_frame_v2_t &frame)
 {

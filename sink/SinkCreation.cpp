@@ -1,8 +1,7 @@
 #include "sink/SinkCreation.h"
 
 #include "hostfw/ComException.h"
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
+#include "sink/SinkChecks.h"
 
 #include <mfapi.h>
 
@@ -10,8 +9,6 @@
 
 namespace
 {
-
-constexpr auto checkCategory = sinkCategory;
 
 CComPtr<IMFStreamSink> findStreamSink(IMFMediaSink *sink, const GUID &majorType)
 {

@@ -1,16 +1,14 @@
 #include "source/FrameConverter.h"
 
 #include "hostfw/VideoFormats.h"
-#include "plugin/Checks.h"
 #include "plugin/Logging.h"
+#include "source/SourceChecks.h"
 
 #include <mfapi.h>
 #include <mferror.h>
 
 namespace
 {
-
-constexpr auto checkCategory = sourceCategory;
 
 using Conversion = void(int width, int height, unsigned char *source, int sourceStride, unsigned char *destination,
                         int destinationStride);

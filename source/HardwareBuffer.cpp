@@ -2,15 +2,12 @@
 
 #include "hostfw/ComException.h"
 #include "hostfw/VideoFormats.h"
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
+#include "source/SourceChecks.h"
 
 #include <mfapi.h>
 
 namespace
 {
-
-constexpr auto checkCategory = sourceCategory;
 
 HRESULT createTextureBuffer(UINT32 width, UINT32 height, const GUID &subtype, const CD3D11Device &d3dDevice,
                             IMFMediaBuffer **outBuffer)

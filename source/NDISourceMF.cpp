@@ -2,20 +2,18 @@
 
 #include "hostfw/ComException.h"
 #include "plugin/AsyncOperationInterrupted.h"
-#include "plugin/Checks.h"
 #include "plugin/Logging.h"
 #include "plugin/NdiGuards.h"
 #include "source/NDISourceStreamAudio.h"
 #include "source/NDISourceStreamVideo.h"
 #include "source/SenderSearch.h"
+#include "source/SourceChecks.h"
 
 #include <mfapi.h>
 #include <mferror.h>
 
 namespace
 {
-
-constexpr auto checkCategory = sourceCategory;
 
 constexpr DWORD liveSource = MFMEDIASOURCE_IS_LIVE;
 constexpr DWORD queuePriority = 5;

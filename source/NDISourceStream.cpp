@@ -1,20 +1,12 @@
 #include "source/NDISourceStream.h"
 
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
 #include "source/FrameClock.h"
 #include "source/NDISourceMF.h"
+#include "source/SourceChecks.h"
 
 #include <mferror.h>
 
 #include <cstdint>
-
-namespace
-{
-
-constexpr auto checkCategory = sourceCategory;
-
-} // namespace
 
 NDISourceStream::NDISourceStream(NDISourceMF *source, DWORD streamId, const tvx::MFMessageQueue *queue)
     : CBaseSourceStream(source, streamId,

@@ -3,10 +3,9 @@
 #include "format/MediaTypes.h"
 #include "hostfw/ComException.h"
 #include "hostfw/MediaBuffers.h"
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
 #include "source/FrameMetadata.h"
 #include "source/NDISourceMF.h"
+#include "source/SourceChecks.h"
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -17,9 +16,7 @@
 namespace
 {
 
-constexpr auto checkCategory = sourceCategory;
-
-constexpr DWORD pooledSamples = 5;
+constexpr DWORD pooledBlocks = 5;
 constexpr int64_t floatBytes = 4;
 // Far beyond any real frame; what a frame claims is allocated, so the claim is bounded.
 constexpr int maxChannels = 256;
@@ -38,7 +35,7 @@ bool isSound(const NDIlib_audio_frame_v2_t &frame)
 
 NDISourceStreamAudio::NDISourceStreamAudio(NDISourceMF *source, DWORD streamId, const tvx::MFMessageQueue *queue)
     : NDISourceStream(source, streamId, queue),
-      m_samplePool(tvx::createFlexibleSamplePool(static_cast<IMFMediaStream *>(this), nullptr, pooledSamples))
+      m_samplePool(tvx::createFlexibleSamplePool(static_cast<IMFMediaStream *>(this), nullptr, pooledBlocks))
 {
 }
 

@@ -5,11 +5,10 @@
 #include "hostfw/ComException.h"
 #include "hostfw/MediaBuffers.h"
 #include "hostfw/VideoFormats.h"
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
 #include "source/FrameMetadata.h"
 #include "source/HardwareBuffer.h"
 #include "source/NDISourceMF.h"
+#include "source/SourceChecks.h"
 
 #include <evr.h>
 #include <mfapi.h>
@@ -19,9 +18,7 @@
 namespace
 {
 
-constexpr auto checkCategory = sourceCategory;
-
-constexpr DWORD pooledSamples = 5;
+constexpr DWORD pooledPictures = 5;
 // Beyond any real picture; what a frame claims is allocated, so the claim is bounded.
 constexpr int maxSide = 32768;
 constexpr int64_t maxPixels = int64_t{16384} * 16384;
@@ -81,7 +78,7 @@ NDISourceStreamVideo::NDISourceStreamVideo(NDISourceMF *source, DWORD streamId, 
     : NDISourceStream(source, streamId, queue),
       m_samplePool(tvx::createFixedSizeSamplePool(
           static_cast<IMFMediaStream *>(this), nullptr, [this](IMFSample **sample) { return createSample(sample); },
-          pooledSamples))
+          pooledPictures))
 {
 }
 

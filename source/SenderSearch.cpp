@@ -1,14 +1,11 @@
 #include "source/SenderSearch.h"
 
 #include "plugin/AsyncOperationInterrupted.h"
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
 #include "plugin/NdiGuards.h"
+#include "source/SourceChecks.h"
 
 namespace
 {
-
-constexpr auto checkCategory = sourceCategory;
 
 constexpr uint32_t waitMilliseconds = 250;
 

@@ -3,15 +3,12 @@
 #include "hostfw/ComException.h"
 #include "hostfw/Topology.h"
 #include "plugin/AsyncOperationInterrupted.h"
-#include "plugin/Checks.h"
-#include "plugin/Logging.h"
+#include "source/SourceChecks.h"
 
 #include <mfapi.h>
 
 namespace
 {
-
-constexpr auto checkCategory = sourceCategory;
 
 void createNodes(IMFMediaSource *source, const SourceParameters &params, NDISource::AsyncSourceCreationResult &result)
 {
