@@ -12,7 +12,7 @@ namespace localndi
 namespace
 {
 
-constexpr std::chrono::milliseconds lookPeriod{50};
+constexpr std::chrono::milliseconds searchPeriod{50};
 constexpr std::chrono::milliseconds mappingLookPeriod{500};
 constexpr std::chrono::seconds mappingIdleTime{3}; // before the sender gives the slot back: see Sender
 
@@ -70,7 +70,7 @@ bool Receiver::setTally(TallyState tally)
 
 void Receiver::lookLater()
 {
-    m_timer.expires_after(lookPeriod);
+    m_timer.expires_after(searchPeriod);
     m_timer.async_wait([this](const boost::system::error_code &error) {
         if (!error)
             look();

@@ -12,7 +12,7 @@ namespace winmedia
 namespace
 {
 
-constexpr UINT pitchAlignment = 64; // bytes
+constexpr UINT texturePitchAlignment = 64; // bytes
 
 constexpr DXGI_FORMAT textureFormats[] = {
     DXGI_FORMAT_NV12,           DXGI_FORMAT_P010,           DXGI_FORMAT_YUY2,           DXGI_FORMAT_AYUV,
@@ -45,9 +45,9 @@ HRESULT Texture2D::create(ID3D11Device *device, const D3D11_TEXTURE2D_DESC &desc
 {
     const ImageFormat &format = *findTextureFormat(description.Format);
     const ImageShape shape(format, description.Width, description.Height);
-    const auto pitch = static_cast<UINT>(roundUp(shape.lineBytes(), pitchAlignment));
+    const auto pitch = static_cast<UINT>(roundUp(shape.lineBytes(), texturePitchAlignment));
     const size_t size = shape.sizeAt(pitch) * description.ArraySize;
-    AlignedMemory memory = allocateAligned(size, pitchAlignment);
+    AlignedMemory memory = allocateAligned(size, texturePitchAlignment);
     if (!memory)
         return E_OUTOFMEMORY;
     if (!data)

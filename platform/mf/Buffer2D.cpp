@@ -11,7 +11,7 @@ namespace winmedia
 namespace
 {
 
-constexpr UINT32 maxSide = 32768; // pixels
+constexpr UINT32 maxPictureSide = 32768; // pixels
 
 // Every line begins on a cache line of 64 bytes, also where a plane has half the pitch of the first.
 size_t pitchAlignment(const ImageFormat &format)
@@ -45,7 +45,7 @@ HRESULT WINAPI MFCreate2DMediaBuffer(DWORD width, DWORD height, DWORD fourcc, BO
     const ImageFormat *const format = findImageFormat(fourcc);
     if (!format || (bottomUp && !format->isRgb()))
         return MF_E_INVALIDMEDIATYPE;
-    if (width == 0 || height == 0 || width > maxSide || height > maxSide)
+    if (width == 0 || height == 0 || width > maxPictureSide || height > maxPictureSide)
         return E_INVALIDARG;
     const ImageShape shape(*format, width, height);
     const auto pitch = static_cast<UINT32>(roundUp(shape.lineBytes(), pitchAlignment(*format)));

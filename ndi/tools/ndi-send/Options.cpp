@@ -1,6 +1,7 @@
 #include "ndi/tools/ndi-send/Options.h"
 
 #include "ndi/tools/ndi-send/Failure.h"
+#include "ndi/tools/ndi-send/Limits.h"
 
 #include <QtCore/QFile>
 
@@ -15,12 +16,10 @@ using nditools::refuse;
 using nditools::refuseValue;
 using nditools::Usage;
 
-constexpr int LargestSide = 16384;  // pixels
-constexpr int MostRate = 1'000'000; // numerator and denominator
 constexpr int MostFramesPerSecond = 1000;
-constexpr int MostChannels = 64;
-constexpr int LowestSampleRate = 8000;
-constexpr int HighestSampleRate = 384000;
+constexpr int MostToneChannels = 64;
+constexpr int LowestToneRate = 8000;
+constexpr int HighestToneRate = 384000;
 constexpr qint64 MostMetadata = 1 << 20; // bytes
 
 struct FormatName {
@@ -168,9 +167,9 @@ Options optionsOf(const CommandLine &line)
     if (line.has("interleaved") || line.has("progressive"))
         options.interlaced = line.has("interleaved");
     if (line.has("channels"))
-        options.channels = line.integer("channels", 1, MostChannels);
+        options.channels = line.integer("channels", 1, MostToneChannels);
     if (line.has("sample-rate"))
-        options.sampleRate = line.integer("sample-rate", LowestSampleRate, HighestSampleRate);
+        options.sampleRate = line.integer("sample-rate", LowestToneRate, HighestToneRate);
     if (line.has("frames"))
         options.frames = line.frames("frames");
     if (line.has("duration"))

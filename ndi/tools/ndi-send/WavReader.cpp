@@ -24,7 +24,7 @@ constexpr int MostChannels = 64;
 constexpr int LowestSampleRate = 1000;
 constexpr int HighestSampleRate = 768000;
 
-[[noreturn]] void refuse(const std::string &why)
+[[noreturn]] void refuseWav(const std::string &why)
 {
     throw Failure(ExitCode::BadData, "wav: " + why);
 }
@@ -32,7 +32,7 @@ constexpr int HighestSampleRate = 768000;
 void readBytes(std::istream &stream, std::uint8_t *bytes, std::size_t count)
 {
     if (!stream.read(reinterpret_cast<char *>(bytes), static_cast<std::streamsize>(count)))
-        refuse("the stream ends before its first sample");
+        refuseWav("the stream ends before its first sample");
 }
 
 std::uint32_t littleEndian(const std::uint8_t *bytes, int count)
@@ -63,13 +63,13 @@ WavReader::WavReader(std::istream &stream) : m_stream(stream)
     std::array<std::uint8_t, 12> riff{};
     readBytes(m_stream, riff.data(), riff.size());
     if (std::memcmp(riff.data(), "RIFF", 4) != 0 || std::memcmp(&riff[8], "WAVE", 4) != 0)
-        refuse("the stream does not begin with RIFF and WAVE");
+        refuseWav("the stream does not begin with RIFF and WAVE");
 
     for (;;) {
         const ChunkHeader chunk(m_stream);
         if (chunk.name == "data") {
             if (m_format.channels == 0)
-                refuse("the samples come before their format");
+                refuseWav("the samples come before their format");
             if (chunk.size != SizeUnknown)
                 m_size = chunk.size;
             m_firstSample = m_stream.tellg();
@@ -85,7 +85,7 @@ WavReader::WavReader(std::istream &stream) : m_stream(stream)
 void WavReader::readFormat(std::uint32_t size)
 {
     if (size < 16 || size > LargestFormatChunk)
-        refuse("the format chunk has " + std::to_string(size) + " bytes");
+        refuseWav("the format chunk has " + std::to_string(size) + " bytes");
     std::vector<std::uint8_t> bytes(size + size % 2);
     readBytes(m_stream, bytes.data(), bytes.size());
 
@@ -99,14 +99,14 @@ void WavReader::readFormat(std::uint32_t size)
 
     const bool integer = encoding == FormatInteger && (bits == 16 || bits == 24 || bits == 32);
     if (!integer && !(encoding == FormatFloat && bits == 32))
-        refuse("encoding " + std::to_string(encoding) + " with " + std::to_string(bits) +
-               " bits is not PCM of 16, 24 or 32 bits or 32-bit float");
+        refuseWav("encoding " + std::to_string(encoding) + " with " + std::to_string(bits) +
+                  " bits is not PCM of 16, 24 or 32 bits or 32-bit float");
     if (channels < 1 || channels > MostChannels)
-        refuse(std::to_string(channels) + " channels cannot be sent");
+        refuseWav(std::to_string(channels) + " channels cannot be sent");
     if (rate < LowestSampleRate || rate > HighestSampleRate)
-        refuse("a sample rate of " + std::to_string(rate) + " Hz cannot be sent");
+        refuseWav("a sample rate of " + std::to_string(rate) + " Hz cannot be sent");
     if (block != channels * bits / 8)
-        refuse("the block size does not fit the channels");
+        refuseWav("the block size does not fit the channels");
 
     m_format = {integer ? WavFormat::Encoding::Integer : WavFormat::Encoding::Float, static_cast<int>(channels),
                 static_cast<int>(rate), static_cast<int>(bits / 8)};
@@ -117,7 +117,7 @@ void WavReader::skip(std::uint64_t size)
 {
     m_stream.ignore(static_cast<std::streamsize>(size));
     if (static_cast<std::uint64_t>(m_stream.gcount()) != size)
-        refuse("the stream ends before its first sample");
+        refuseWav("the stream ends before its first sample");
 }
 
 int WavReader::read(int count, float *planar, int channelStride)
@@ -130,7 +130,7 @@ int WavReader::read(int count, float *planar, int channelStride)
     m_stream.read(reinterpret_cast<char *>(m_bytes.data()), static_cast<std::streamsize>(wanted));
     const auto got = static_cast<std::uint64_t>(m_stream.gcount());
     if (m_size && got < wanted)
-        refuse("the stream ends " + std::to_string(*m_size - m_bytesRead - got) + " bytes before its samples do");
+        refuseWav("the stream ends " + std::to_string(*m_size - m_bytesRead - got) + " bytes before its samples do");
     m_bytesRead += got;
 
     const int frames = static_cast<int>(got / frame);

@@ -1,6 +1,7 @@
 #include "ndi/tools/ndi-send/Y4mReader.h"
 
 #include "ndi/tools/ndi-send/Failure.h"
+#include "ndi/tools/ndi-send/Limits.h"
 
 #include <algorithm>
 #include <charconv>
@@ -15,9 +16,7 @@ namespace
 {
 
 constexpr std::size_t LongestLine = 1024;
-constexpr int LargestSide = 16384;
 constexpr std::int64_t MostPixels = 64LL << 20;
-constexpr int MostRate = 1'000'000;
 
 struct ChromaName {
     std::string_view name;
@@ -28,7 +27,7 @@ constexpr ChromaName ChromaNames[] = {{"420", Chroma::Yuv420},      {"420jpeg", 
                                       {"420mpeg2", Chroma::Yuv420}, {"420paldv", Chroma::Yuv420},
                                       {"422", Chroma::Yuv422},      {"444", Chroma::Yuv444}};
 
-[[noreturn]] void refuse(const std::string &why)
+[[noreturn]] void refuseY4m(const std::string &why)
 {
     throw Failure(ExitCode::BadData, "y4m: " + why);
 }
@@ -41,11 +40,11 @@ std::optional<std::string> readLine(std::istream &stream)
         if (c == '\n')
             return line;
         if (line.size() == LongestLine)
-            refuse("a header line has no end");
+            refuseY4m("a header line has no end");
         line += c;
     }
     if (!line.empty())
-        refuse("the stream ends within a header line");
+        refuseY4m("the stream ends within a header line");
     return std::nullopt;
 }
 
@@ -54,7 +53,7 @@ int parseNumber(std::string_view text, const std::string &tag, int most)
     int number = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size() || number < 0 || number > most)
-        refuse("'" + tag + "' in the header is out of range");
+        refuseY4m("'" + tag + "' in the header is out of range");
     return number;
 }
 
@@ -64,7 +63,7 @@ std::optional<pattern::FrameRate> parseFraction(const std::string &tag)
     const std::string_view text = std::string_view(tag).substr(1);
     const std::size_t colon = text.find(':');
     if (colon == std::string_view::npos)
-        refuse("'" + tag + "' in the header is not a fraction");
+        refuseY4m("'" + tag + "' in the header is not a fraction");
     const int numerator = parseNumber(text.substr(0, colon), tag, MostRate);
     const int denominator = parseNumber(text.substr(colon + 1), tag, MostRate);
     if (numerator == 0 || denominator == 0)
@@ -79,13 +78,13 @@ Chroma parseChroma(const std::string &tag)
         if (known.name == name)
             return known.chroma;
     }
-    refuse("'" + tag + "' is not 8 bit 4:2:0, 4:2:2 or 4:4:4");
+    refuseY4m("'" + tag + "' is not 8 bit 4:2:0, 4:2:2 or 4:4:4");
 }
 
 bool parseInterlace(const std::string &tag)
 {
     if (tag == "Ib")
-        refuse("the lower field comes first, which cannot be sent");
+        refuseY4m("the lower field comes first, which cannot be sent");
     return tag == "It";
 }
 
@@ -122,14 +121,14 @@ Y4mHeader parseHeader(const std::string &line)
     std::string tag;
     tags >> tag;
     if (tag != "YUV4MPEG2")
-        refuse("the stream does not begin with YUV4MPEG2");
+        refuseY4m("the stream does not begin with YUV4MPEG2");
 
     Y4mHeader header;
     while (tags >> tag)
         applyTag(tag, header);
     if (header.width < 2 || header.height < 1 || std::int64_t{header.width} * header.height > MostPixels)
-        refuse("a picture of " + std::to_string(header.width) + " x " + std::to_string(header.height) +
-               " cannot be sent");
+        refuseY4m("a picture of " + std::to_string(header.width) + " x " + std::to_string(header.height) +
+                  " cannot be sent");
     return header;
 }
 
@@ -149,7 +148,7 @@ Y4mReader::Y4mReader(std::istream &stream) : m_stream(stream)
 {
     const auto line = readLine(m_stream);
     if (!line)
-        refuse("the stream is empty");
+        refuseY4m("the stream is empty");
     m_header = parseHeader(*line);
     m_firstFrame = m_stream.tellg();
 }
@@ -160,11 +159,11 @@ bool Y4mReader::readFrame(std::vector<std::uint8_t> &planes)
     if (!line)
         return false;
     if (*line != "FRAME" && line->compare(0, 6, "FRAME ") != 0)
-        refuse("frame " + std::to_string(m_framesRead) + " does not begin with FRAME");
+        refuseY4m("frame " + std::to_string(m_framesRead) + " does not begin with FRAME");
 
     planes.resize(m_header.frameBytes());
     if (!m_stream.read(reinterpret_cast<char *>(planes.data()), static_cast<std::streamsize>(planes.size())))
-        refuse("frame " + std::to_string(m_framesRead) + " is cut short");
+        refuseY4m("frame " + std::to_string(m_framesRead) + " is cut short");
     ++m_framesRead;
     return true;
 }
