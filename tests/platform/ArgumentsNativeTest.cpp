@@ -1,5 +1,6 @@
 // Results that have nowhere to go, where not every system looks before it writes.
 
+#include "tests/platform/AttributeKeys.h"
 #include "tests/platform/DataSupport.h"
 
 #include <evr.h>
@@ -7,8 +8,6 @@
 
 namespace
 {
-
-constexpr GUID anyKey = {0x51, 0, 0, {0x77, 0, 0, 0, 0, 0, 0, 1}};
 
 using MissingArgumentsNative = StartedPlatform;
 

@@ -9,7 +9,7 @@ TEST_F(AttributesOnThreadsNative, AreComparedAndCopiedBothWaysAtATime)
     const auto left = emptyStore();
     const auto right = emptyStore();
     for (const auto &store : {left, right})
-        for (const GUID &each : {key, otherKey})
+        for (const GUID &each : {anyKey, otherKey})
             store->SetUINT32(each, 1);
     const auto work = [](const CComPtr<IMFAttributes> &mine, const CComPtr<IMFAttributes> &theirs) {
         for (int round = 0; round < rounds; ++round) {

@@ -7,7 +7,7 @@
 namespace
 {
 
-CComPtr<IMF2DBuffer2> rgbPicture(DWORD width)
+CComPtr<IMF2DBuffer2> rgbPictureOfWidth(DWORD width)
 {
     CComPtr<IMFMediaBuffer> buffer;
     EXPECT_EQ(MFCreate2DMediaBuffer(width, 4, D3DFMT_X8R8G8B8, FALSE, &buffer), S_OK);
@@ -18,7 +18,7 @@ CComPtr<IMF2DBuffer2> rgbPicture(DWORD width)
 
 TEST(PictureBufferNative, ShowsPackedMemoryToLockAsItIs)
 {
-    const auto buffer = rgbPicture(16);
+    const auto buffer = rgbPictureOfWidth(16);
     BOOL contiguous = FALSE;
     EXPECT_EQ(buffer->IsContiguousFormat(&contiguous), S_OK);
     EXPECT_TRUE(contiguous);
@@ -36,7 +36,7 @@ TEST(PictureBufferNative, ShowsPackedMemoryToLockAsItIs)
 
 TEST(PictureBufferNative, GivesALaterLockNoMoreThanTheFirst)
 {
-    const auto buffer = rgbPicture(6);
+    const auto buffer = rgbPictureOfWidth(6);
     BYTE *first = nullptr;
     BYTE *start = nullptr;
     LONG pitch = 0;
@@ -86,7 +86,7 @@ TEST(PictureBufferNative, HasRoomForWholeGroupsOfPixels)
 
 TEST(PictureBufferNative, SaysThatItWasUnlocked)
 {
-    const auto buffer = rgbPicture(6);
+    const auto buffer = rgbPictureOfWidth(6);
     BYTE *data = nullptr;
     LONG pitch = 0;
     EXPECT_EQ(buffer->Unlock2D(), HRESULT_FROM_WIN32(ERROR_WAS_UNLOCKED));

@@ -1,3 +1,4 @@
+#include "tests/platform/AttributeKeys.h"
 #include "tests/platform/TextureSupport.h"
 
 #include <algorithm>
@@ -15,8 +16,6 @@ protected:
         return buffer;
     }
 };
-
-constexpr GUID key = {0x31, 0, 0, {0x79, 0, 0, 0, 0, 0, 0, 1}};
 
 } // namespace
 
@@ -125,12 +124,12 @@ TEST_F(SurfaceBuffer, KeepsObjectsForItsUsers)
     const auto surface = faceOf<IMFDXGIBuffer>(bufferOn(makeTexture(plainTexture(8, 4))));
     const CComPtr<IUnknown> object(new PlainObject);
     CComPtr<IUnknown> kept;
-    EXPECT_EQ(surface->GetUnknown(key, IID_IUnknown, reinterpret_cast<void **>(&kept)), MF_E_NOT_FOUND);
-    EXPECT_EQ(surface->SetUnknown(key, object), S_OK);
-    EXPECT_EQ(surface->SetUnknown(key, object), HRESULT_FROM_WIN32(ERROR_OBJECT_ALREADY_EXISTS));
-    EXPECT_EQ(surface->GetUnknown(key, IID_IUnknown, reinterpret_cast<void **>(&kept)), S_OK);
+    EXPECT_EQ(surface->GetUnknown(anyKey, IID_IUnknown, reinterpret_cast<void **>(&kept)), MF_E_NOT_FOUND);
+    EXPECT_EQ(surface->SetUnknown(anyKey, object), S_OK);
+    EXPECT_EQ(surface->SetUnknown(anyKey, object), HRESULT_FROM_WIN32(ERROR_OBJECT_ALREADY_EXISTS));
+    EXPECT_EQ(surface->GetUnknown(anyKey, IID_IUnknown, reinterpret_cast<void **>(&kept)), S_OK);
     EXPECT_EQ(kept.p, object.p);
-    EXPECT_EQ(surface->SetUnknown(key, nullptr), S_OK);
+    EXPECT_EQ(surface->SetUnknown(anyKey, nullptr), S_OK);
     kept.Release();
-    EXPECT_EQ(surface->GetUnknown(key, IID_IUnknown, reinterpret_cast<void **>(&kept)), MF_E_NOT_FOUND);
+    EXPECT_EQ(surface->GetUnknown(anyKey, IID_IUnknown, reinterpret_cast<void **>(&kept)), MF_E_NOT_FOUND);
 }

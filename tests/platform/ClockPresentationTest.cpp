@@ -5,7 +5,7 @@
 namespace
 {
 
-using Lines = std::vector<std::string>;
+using Entries = std::vector<std::string>;
 
 class PresentationClock : public StartedPlatform
 {
@@ -167,7 +167,7 @@ TEST_F(PresentationClock, IsStartedAgainFromAnotherOffset_WhenItRuns)
     EXPECT_EQ(state(), MFCLOCK_STATE_RUNNING);
     ASSERT_TRUE(heard.waitFor(3));
     EXPECT_EQ(heard.entries(),
-              (Lines{"sink: start 36000000000", "sink: start 108000000000", "sink: start 72000000000"}));
+              (Entries{"sink: start 36000000000", "sink: start 108000000000", "sink: start 72000000000"}));
 }
 
 TEST_F(PresentationClock, IsStartedFromAnOffset_WhenPaused)
@@ -178,7 +178,7 @@ TEST_F(PresentationClock, IsStartedFromAnOffset_WhenPaused)
     ASSERT_EQ(clock->Pause(), S_OK);
     ASSERT_EQ(clock->Start(2), S_OK);
     ASSERT_TRUE(heard.waitFor(3));
-    EXPECT_EQ(heard.entries(), (Lines{"sink: start 1", "sink: pause", "sink: start 2"}));
+    EXPECT_EQ(heard.entries(), (Entries{"sink: start 1", "sink: pause", "sink: start 2"}));
 }
 
 TEST_F(PresentationClock, TellsItsSinksInTheOrderTheyCame)
@@ -194,15 +194,15 @@ TEST_F(PresentationClock, TellsItsSinksInTheOrderTheyCame)
     ASSERT_TRUE(heard.waitFor(6));
     ASSERT_EQ(clock->Stop(), S_OK);
     ASSERT_TRUE(heard.waitFor(8));
-    EXPECT_EQ(heard.entries(), (Lines{"first: start 7", "second: start 7", "first: pause", "second: pause",
-                                      "first: restart", "second: restart", "first: stop", "second: stop"}));
+    EXPECT_EQ(heard.entries(), (Entries{"first: start 7", "second: start 7", "first: pause", "second: pause",
+                                        "first: restart", "second: restart", "first: stop", "second: stop"}));
 }
 
 TEST_F(PresentationClock, ChangesDoNotOvertakeEachOther)
 {
     ASSERT_NO_FATAL_FAILURE(giveTimeSource());
     const auto sink = addSink("sink");
-    Lines expected;
+    Entries expected;
     for (int round = 0; round < 100; ++round) {
         ASSERT_EQ(clock->Start(round), S_OK);
         ASSERT_EQ(clock->Pause(), S_OK);
@@ -219,7 +219,7 @@ TEST_F(PresentationClock, TellsALateSinkOfTheStateThatTheOthersKnow)
     ASSERT_EQ(clock->Start(3), S_OK);
     const auto sink = addSink("late");
     ASSERT_TRUE(heard.waitFor(1));
-    EXPECT_EQ(heard.entries(), Lines{"late: start 3"});
+    EXPECT_EQ(heard.entries(), Entries{"late: start 3"});
 }
 
 TEST_F(PresentationClock, ASinkThatIsRemovedHearsNoMore)
@@ -230,7 +230,7 @@ TEST_F(PresentationClock, ASinkThatIsRemovedHearsNoMore)
     ASSERT_EQ(clock->RemoveClockStateSink(removed), S_OK);
     ASSERT_EQ(clock->Start(1), S_OK);
     ASSERT_TRUE(heard.waitFor(1));
-    EXPECT_EQ(heard.entries(), Lines{"kept: start 1"});
+    EXPECT_EQ(heard.entries(), Entries{"kept: start 1"});
 }
 
 TEST_F(PresentationClock, TakesASinkOnce)
@@ -297,7 +297,7 @@ TEST_F(PresentationClock, PassesTheRateOn)
     EXPECT_EQ(control->SetRate(TRUE, 1.0F), MF_E_THINNING_UNSUPPORTED);
     EXPECT_EQ(control->SetRate(FALSE, 0.5F), S_OK);
     ASSERT_TRUE(heard.waitFor(1));
-    EXPECT_EQ(heard.entries(), Lines{"sink: rate 0.500000"});
+    EXPECT_EQ(heard.entries(), Entries{"sink: rate 0.500000"});
     EXPECT_EQ(control->GetRate(nullptr, &rate), S_OK);
     EXPECT_EQ(rate, 0.5F);
 }

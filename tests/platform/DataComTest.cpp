@@ -18,7 +18,7 @@ void onNewThread(const Body &body)
     thread.join();
 }
 
-constexpr GUID identifier = {0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
+constexpr GUID someGuid = {0x01234567, 0x89AB, 0xCDEF, {0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF}};
 
 } // namespace
 
@@ -69,7 +69,7 @@ TEST(Identifier, IsRandomByTheStandard)
 TEST(Identifier, IsWrittenInBraces)
 {
     OLECHAR text[39] = {};
-    ASSERT_EQ(StringFromGUID2(identifier, text, 39), 39);
+    ASSERT_EQ(StringFromGUID2(someGuid, text, 39), 39);
     EXPECT_EQ(std::string(text, text + 38), "{01234567-89AB-CDEF-0123-456789ABCDEF}");
     EXPECT_EQ(text[38], 0);
 }
@@ -77,7 +77,7 @@ TEST(Identifier, IsWrittenInBraces)
 TEST(Identifier, IsNotWrittenWhereItDoesNotFit)
 {
     OLECHAR text[39] = {};
-    EXPECT_EQ(StringFromGUID2(identifier, text, 38), 0);
+    EXPECT_EQ(StringFromGUID2(someGuid, text, 38), 0);
 }
 
 TEST(TaskMemory, KeepsItsContentWhenItGrows)

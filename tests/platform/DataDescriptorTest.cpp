@@ -3,15 +3,6 @@
 namespace
 {
 
-CComPtr<IMFMediaType> videoType(const GUID &subtype)
-{
-    CComPtr<IMFMediaType> type;
-    EXPECT_EQ(MFCreateMediaType(&type), S_OK);
-    EXPECT_EQ(type->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video), S_OK);
-    EXPECT_EQ(type->SetGUID(MF_MT_SUBTYPE, subtype), S_OK);
-    return type;
-}
-
 class Descriptor : public StartedPlatform
 {
 protected:

@@ -5,15 +5,6 @@
 namespace
 {
 
-CComPtr<IMFMediaType> nv12Type()
-{
-    CComPtr<IMFMediaType> type;
-    EXPECT_EQ(MFCreateMediaType(&type), S_OK);
-    EXPECT_EQ(type->SetGUID(MF_MT_MAJOR_TYPE, MFMediaType_Video), S_OK);
-    EXPECT_EQ(type->SetGUID(MF_MT_SUBTYPE, MFVideoFormat_NV12), S_OK);
-    return type;
-}
-
 class MediaTypeNative : public StartedPlatform
 {
 };
@@ -23,8 +14,8 @@ class MediaTypeNative : public StartedPlatform
 TEST_F(MediaTypeNative, DiffersInUserDataAlone)
 {
     const UINT8 bytes[] = {1, 2, 3};
-    const auto type = nv12Type();
-    const auto other = nv12Type();
+    const auto type = videoType(MFVideoFormat_NV12);
+    const auto other = videoType(MFVideoFormat_NV12);
     type->SetBlob(MF_MT_USER_DATA, bytes, 3);
     other->SetBlob(MF_MT_USER_DATA, bytes, 2);
     DWORD flags = 0;
@@ -38,12 +29,12 @@ TEST_F(MediaTypeNative, DiffersInUserDataAlone)
 TEST_F(MediaTypeNative, CannotBeComparedToNothing)
 {
     DWORD flags = 0;
-    EXPECT_EQ(nv12Type()->IsEqual(nullptr, &flags), E_INVALIDARG);
+    EXPECT_EQ(videoType(MFVideoFormat_NV12)->IsEqual(nullptr, &flags), E_INVALIDARG);
 }
 
 TEST_F(MediaTypeNative, SaysThatItDoesNotKnowARepresentation)
 {
-    const auto type = nv12Type();
+    const auto type = videoType(MFVideoFormat_NV12);
     void *representation = nullptr;
     EXPECT_EQ(type->GetRepresentation(GUID_NULL, &representation), MF_E_UNSUPPORTED_REPRESENTATION);
     EXPECT_EQ(type->FreeRepresentation(GUID_NULL, nullptr), MF_E_UNSUPPORTED_REPRESENTATION);

@@ -3,20 +3,6 @@
 namespace
 {
 
-CComPtr<IMFMediaType> typeOf(const GUID &majorType, const GUID &subtype)
-{
-    CComPtr<IMFMediaType> type;
-    EXPECT_EQ(MFCreateMediaType(&type), S_OK);
-    EXPECT_EQ(type->SetGUID(MF_MT_MAJOR_TYPE, majorType), S_OK);
-    EXPECT_EQ(type->SetGUID(MF_MT_SUBTYPE, subtype), S_OK);
-    return type;
-}
-
-CComPtr<IMFMediaType> nv12Type()
-{
-    return typeOf(MFMediaType_Video, MFVideoFormat_NV12);
-}
-
 constexpr DWORD sameMajorType = MF_MEDIATYPE_EQUAL_MAJOR_TYPES;
 constexpr DWORD sameFormat = MF_MEDIATYPE_EQUAL_FORMAT_TYPES;
 constexpr DWORD sameData = MF_MEDIATYPE_EQUAL_FORMAT_DATA;
@@ -30,7 +16,7 @@ class MediaType : public StartedPlatform
 
 TEST_F(MediaType, IsAnAttributeStore)
 {
-    const auto type = nv12Type();
+    const auto type = videoType(MFVideoFormat_NV12);
     const auto attributes = faceOf<IMFAttributes>(type);
     ASSERT_TRUE(attributes);
     EXPECT_EQ(attributes->SetUINT32(MF_MT_INTERLACE_MODE, 2), S_OK);
@@ -40,7 +26,7 @@ TEST_F(MediaType, IsAnAttributeStore)
 TEST_F(MediaType, TellsItsMajorType)
 {
     GUID majorType = {};
-    EXPECT_EQ(nv12Type()->GetMajorType(&majorType), S_OK);
+    EXPECT_EQ(videoType(MFVideoFormat_NV12)->GetMajorType(&majorType), S_OK);
     EXPECT_TRUE(IsEqualGUID(majorType, MFMediaType_Video));
 
     CComPtr<IMFMediaType> empty;
@@ -50,7 +36,7 @@ TEST_F(MediaType, TellsItsMajorType)
 
 TEST_F(MediaType, IsCompressedUnlessItsSamplesStandAlone)
 {
-    const auto type = nv12Type();
+    const auto type = videoType(MFVideoFormat_NV12);
     BOOL compressed = FALSE;
     EXPECT_EQ(type->IsCompressedFormat(&compressed), S_OK);
     EXPECT_TRUE(compressed);
@@ -65,28 +51,29 @@ TEST_F(MediaType, IsCompressedUnlessItsSamplesStandAlone)
 TEST_F(MediaType, EqualsItsLike)
 {
     DWORD flags = 0;
-    EXPECT_EQ(nv12Type()->IsEqual(nv12Type(), &flags), S_OK);
+    EXPECT_EQ(videoType(MFVideoFormat_NV12)->IsEqual(videoType(MFVideoFormat_NV12), &flags), S_OK);
     EXPECT_EQ(flags, sameMajorType | sameFormat | sameData | sameUserData);
 }
 
 TEST_F(MediaType, DiffersInMajorType)
 {
     DWORD flags = 0;
-    EXPECT_EQ(nv12Type()->IsEqual(typeOf(MFMediaType_Audio, MFVideoFormat_NV12), &flags), S_FALSE);
+    EXPECT_EQ(videoType(MFVideoFormat_NV12)->IsEqual(mediaType(MFMediaType_Audio, MFVideoFormat_NV12), &flags),
+              S_FALSE);
     EXPECT_EQ(flags & (sameMajorType | sameFormat), sameFormat);
 }
 
 TEST_F(MediaType, DiffersInSubtype)
 {
     DWORD flags = 0;
-    EXPECT_EQ(nv12Type()->IsEqual(typeOf(MFMediaType_Video, MFVideoFormat_UYVY), &flags), S_FALSE);
+    EXPECT_EQ(videoType(MFVideoFormat_NV12)->IsEqual(videoType(MFVideoFormat_UYVY), &flags), S_FALSE);
     EXPECT_EQ(flags & (sameMajorType | sameFormat), sameMajorType);
 }
 
 TEST_F(MediaType, DiffersInFormatData)
 {
-    const auto type = nv12Type();
-    const auto other = nv12Type();
+    const auto type = videoType(MFVideoFormat_NV12);
+    const auto other = videoType(MFVideoFormat_NV12);
     MFSetAttributeSize(type, MF_MT_FRAME_SIZE, 640, 480);
     MFSetAttributeSize(other, MF_MT_FRAME_SIZE, 640, 482);
     DWORD flags = 0;
@@ -96,8 +83,8 @@ TEST_F(MediaType, DiffersInFormatData)
 
 TEST_F(MediaType, MayHaveMoreFormatDataThanItsEqual)
 {
-    const auto type = nv12Type();
-    const auto other = nv12Type();
+    const auto type = videoType(MFVideoFormat_NV12);
+    const auto other = videoType(MFVideoFormat_NV12);
     MFSetAttributeSize(type, MF_MT_FRAME_SIZE, 640, 480);
     DWORD flags = 0;
     EXPECT_EQ(type->IsEqual(other, &flags), S_OK);
@@ -109,24 +96,24 @@ TEST_F(MediaType, CannotBeComparedToWhatIsNone)
     CComPtr<IMFMediaType> empty;
     ASSERT_EQ(MFCreateMediaType(&empty), S_OK);
     DWORD flags = 0;
-    EXPECT_EQ(nv12Type()->IsEqual(empty, &flags), E_INVALIDARG);
+    EXPECT_EQ(videoType(MFVideoFormat_NV12)->IsEqual(empty, &flags), E_INVALIDARG);
 }
 
 TEST_F(MediaType, MatchesAPartialTypeThatItFills)
 {
-    const auto full = nv12Type();
+    const auto full = videoType(MFVideoFormat_NV12);
     MFSetAttributeSize(full, MF_MT_FRAME_SIZE, 640, 480);
-    const auto partial = nv12Type();
+    const auto partial = videoType(MFVideoFormat_NV12);
     EXPECT_TRUE(MFCompareFullToPartialMediaType(full, partial));
     EXPECT_FALSE(MFCompareFullToPartialMediaType(partial, full));
     MFSetAttributeSize(partial, MF_MT_FRAME_SIZE, 640, 482);
     EXPECT_FALSE(MFCompareFullToPartialMediaType(full, partial));
-    EXPECT_FALSE(MFCompareFullToPartialMediaType(full, typeOf(MFMediaType_Audio, MFVideoFormat_NV12)));
+    EXPECT_FALSE(MFCompareFullToPartialMediaType(full, mediaType(MFMediaType_Audio, MFVideoFormat_NV12)));
 }
 
 TEST_F(MediaType, HasNoRepresentationThatNobodyKnows)
 {
-    const auto type = nv12Type();
+    const auto type = videoType(MFVideoFormat_NV12);
     void *representation = nullptr;
     EXPECT_TRUE(FAILED(type->GetRepresentation(GUID_NULL, &representation)));
     EXPECT_EQ(representation, nullptr);

@@ -58,6 +58,20 @@ inline Bytes contentOf(IMFMediaBuffer *buffer)
     return content;
 }
 
+inline CComPtr<IMFMediaType> mediaType(const GUID &majorType, const GUID &subtype)
+{
+    CComPtr<IMFMediaType> type;
+    EXPECT_EQ(MFCreateMediaType(&type), S_OK);
+    EXPECT_EQ(type->SetGUID(MF_MT_MAJOR_TYPE, majorType), S_OK);
+    EXPECT_EQ(type->SetGUID(MF_MT_SUBTYPE, subtype), S_OK);
+    return type;
+}
+
+inline CComPtr<IMFMediaType> videoType(const GUID &subtype)
+{
+    return mediaType(MFMediaType_Video, subtype);
+}
+
 template <typename Interface>
 CComPtr<Interface> faceOf(IUnknown *object)
 {

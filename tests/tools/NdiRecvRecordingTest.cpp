@@ -1,12 +1,12 @@
 // ndi-recv as a process: what it writes is, bit by bit, what ndi-send was given.
 
 #include "tests/tools/RecvProcess.h"
+#include "tests/tools/WavFile.h"
 
 #include "pattern/PatternCode.h"
 
 #include <QtCore/QJsonArray>
 #include <QtCore/QJsonDocument>
-#include <QtCore/QtEndian>
 #include <QtGui/QImage>
 
 #include <gmock/gmock.h>
@@ -100,29 +100,6 @@ std::int16_t soundAt(std::int64_t sample, int channel)
     return static_cast<std::int16_t>(sample % SoundLength - 100 * channel);
 }
 
-template <class Number>
-QByteArray littleEndian(Number number)
-{
-    QByteArray bytes(sizeof number, 0);
-    qToLittleEndian(number, bytes.data());
-    return bytes;
-}
-
-QByteArray soundFile(int channels)
-{
-    QByteArray body;
-    for (int sample = 0; sample < SoundLength; ++sample) {
-        for (int channel = 0; channel < channels; ++channel)
-            body += littleEndian(soundAt(sample, channel));
-    }
-    const auto frameBytes = static_cast<quint16>(2 * channels);
-    const QByteArray format = littleEndian<quint16>(1) + littleEndian(static_cast<quint16>(channels)) +
-                              littleEndian<quint32>(48000) + littleEndian<quint32>(48000U * frameBytes) +
-                              littleEndian(frameBytes) + littleEndian<quint16>(16);
-    return "RIFF" + littleEndian(static_cast<quint32>(body.size() + 36)) + "WAVEfmt " + littleEndian<quint32>(16) +
-           format + "data" + littleEndian(static_cast<quint32>(body.size())) + body;
-}
-
 class NdiRecvSound : public NdiRecv, public testing::WithParamInterface<int>
 {
 };
@@ -130,7 +107,7 @@ class NdiRecvSound : public NdiRecv, public testing::WithParamInterface<int>
 TEST_P(NdiRecvSound, IsRecordedSampleBySample)
 {
     const int channels = GetParam();
-    writeFile(path("sound.wav"), soundFile(channels));
+    writeFile(path("sound.wav"), wavFile(channels, SoundLength, soundAt));
     const Sender sender(words("--no-video --rate 50 --loop --audio") << path("sound.wav"));
     Recv recv(sender.name(), words("--seconds 0.8") << "--record-audio" << path("a.wav"), jsonFile());
     ASSERT_EQ(recv.wait(), 0);

@@ -1,32 +1,17 @@
 #include "tests/tools/SenderProcess.h"
+#include "tests/tools/WavFile.h"
 
 #include <QtCore/QTemporaryDir>
-#include <QtCore/QtEndian>
 
 #include <gmock/gmock.h>
 
 namespace
 {
 
-template <class Number>
-QByteArray littleEndian(Number number)
-{
-    QByteArray bytes(sizeof number, 0);
-    qToLittleEndian(number, bytes.data());
-    return bytes;
-}
-
-// Two channels of 16 bits at 48 kHz: sample n of the left one is n, of the right one -n.
+// Two channels: sample n of the left one is n, of the right one -n.
 QByteArray countingSound(int samples)
 {
-    QByteArray body;
-    for (int i = 0; i < samples; ++i)
-        body += littleEndian(static_cast<qint16>(i)) + littleEndian(static_cast<qint16>(-i));
-    const QByteArray format = littleEndian<quint16>(1) + littleEndian<quint16>(2) + littleEndian<quint32>(48000) +
-                              littleEndian<quint32>(48000 * 4) + littleEndian<quint16>(4) + littleEndian<quint16>(16);
-    const QByteArray chunks = "WAVEfmt " + littleEndian<quint32>(16) + format + "data" +
-                              littleEndian(static_cast<quint32>(body.size())) + body;
-    return "RIFF" + littleEndian(static_cast<quint32>(chunks.size())) + chunks;
+    return wavFile(2, samples, [](int sample, int channel) { return channel == 0 ? sample : -sample; });
 }
 
 TEST_F(NdiSend, StandardInputIsPublishedFrameByFrame)

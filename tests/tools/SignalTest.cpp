@@ -16,7 +16,7 @@
 namespace
 {
 
-constexpr unsigned Patience = 20; // seconds
+constexpr unsigned AlarmAfter = 20; // seconds
 
 class SilentPipe : public testing::Test
 {
@@ -30,7 +30,7 @@ protected:
     // Ends this process: 0 when reading came to an end.
     [[noreturn]] void readAfterTheSignal(int signal) const
     {
-        alarm(Patience);
+        alarm(AlarmAfter);
         nditools::catchInterrupts();
         std::raise(signal);
         ndisend::Input input(QStringLiteral("video"), m_path);
