@@ -27,30 +27,25 @@ function(tavrin_target name)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
 endfunction()
 
-# tavrin_compile_one_by_one(NAME...): not several files at a time, for targets whose files give names of their own to
-# things of their own that are other files' too.
+# tavrin_compile_one_by_one(NAME...): not several files at a time, for programs of which nothing is shared.
 function(tavrin_compile_one_by_one)
   set_target_properties(${ARGN} PROPERTIES UNITY_BUILD OFF)
 endfunction()
 
-# tavrin_precompile(NAME HEADER...): headers of other projects that most files of a target include. Every file names what
-# it needs all the same: the presets without precompiled headers build it on its own.
-function(tavrin_precompile name)
-  list(TRANSFORM ARGN REPLACE "(.+)" "<\\1>" OUTPUT_VARIABLE headers)
-  target_precompile_headers(${name} PRIVATE ${headers})
-  if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND NOT CMAKE_DISABLE_PRECOMPILE_HEADERS)
-    target_compile_options(${name} PRIVATE -fpch-preprocess) # for ccache, which preprocesses first
-  endif()
+# tavrin_batch(NAME BATCH SOURCE...): where several files are compiled at a time, these are, and none but these: others
+# give names of their own to things of their own.
+function(tavrin_batch name batch)
+  set_target_properties(${name} PROPERTIES UNITY_BUILD_MODE GROUP)
+  set_source_files_properties(${ARGN} PROPERTIES UNITY_GROUP ${batch})
 endfunction()
 
-# tavrin_add_test(NAME SOURCES... [LIBRARIES...] [PRECOMPILE...]): one GoogleTest program, run once as one ctest entry.
+# tavrin_add_test(NAME SOURCES... [LIBRARIES...]): one GoogleTest program, run once as one ctest entry.
 # Its own code is not optimised, which halves the time that a compiler spends on it.
 function(tavrin_add_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES;PRECOMPILE")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT" "SOURCES;LIBRARIES")
   add_executable(${name} ${arg_SOURCES})
   tavrin_target(${name})
   target_compile_options(${name} PRIVATE $<IF:$<BOOL:${MSVC}>,/Od,-O0>)
-  tavrin_precompile(${name} gtest/gtest.h ${arg_PRECOMPILE})
   target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} GTest::gtest GTest::gmock)
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 120)
@@ -59,6 +54,26 @@ function(tavrin_add_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT})
   # Of a program that fails, ctest shows the tests that failed, not the hundreds that passed.
   set_tests_properties(${name} PROPERTIES ENVIRONMENT "GTEST_BRIEF=1")
+endfunction()
+
+# tavrin_divide_test(NAME COUNT): the tests of a program as COUNT entries of ctest, which run beside each other: for those
+# that wait more than they compute. Comes after all else that is said of the test.
+function(tavrin_divide_test name count)
+  foreach(property IN ITEMS TIMEOUT COST ENVIRONMENT ENVIRONMENT_MODIFICATION)
+    get_property(${property} TEST ${name} PROPERTY ${property})
+  endforeach()
+  math(EXPR last "${count} - 1")
+  foreach(index RANGE ${last})
+    set(part ${name})
+    if(index GREATER 0)
+      math(EXPR number "${index} + 1")
+      set(part ${name}_${number})
+      add_test(NAME ${part} COMMAND ${name})
+    endif()
+    set_tests_properties(${part} PROPERTIES TIMEOUT "${TIMEOUT}" COST "${COST}"
+      ENVIRONMENT "${ENVIRONMENT};GTEST_TOTAL_SHARDS=${count};GTEST_SHARD_INDEX=${index}"
+      ENVIRONMENT_MODIFICATION "${ENVIRONMENT_MODIFICATION}")
+  endforeach()
 endfunction()
 
 # tavrin_run_with_local_ndi(TEST): the loader finds this tree's NDI runtime when the test runs.
