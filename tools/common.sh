@@ -11,7 +11,7 @@ fail() {
 
 # What each group of Debian packages is for.
 # One build folder serves both commands, so it is configured with the tests from the first.
-build_packages=(g++ cmake ninja-build ccache libwine-dev qtbase5-dev qtdeclarative5-dev libboost-dev libyuv-dev
+build_packages=(g++ cmake ninja-build libwine-dev qtbase5-dev qtdeclarative5-dev libboost-dev libyuv-dev
     libgtest-dev libgmock-dev)
 build_reason="compiler, build tools, Qt 5, the Windows interface headers, Boost, libyuv and GoogleTest"
 bench_packages=(libbenchmark-dev)
@@ -69,7 +69,7 @@ build() {
     shift
     [ -f "$root/build/$preset/build.ninja" ] || configure "$preset"
     local targets=("$@")
-    cmake --build "$root/build/$preset" --parallel "$(nproc)" ${targets:+--target "${targets[@]}"} \
+    nice cmake --build "$root/build/$preset" --parallel "$(nproc)" ${targets:+--target "${targets[@]}"} \
         >"$(log_file "build-$preset")" 2>&1 ||
         { grep -E -A 12 'error|FAILED' "$(log_file "build-$preset")" | head -n 80 >&2
             fail "building build/$preset failed; its output is in $(log_file "build-$preset")"; }
