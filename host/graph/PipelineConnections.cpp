@@ -17,6 +17,12 @@ namespace
 // Sinks adopt their types in the background; a clock that started too early is started again after this time.
 constexpr int ClockStartDelay = 20; // milliseconds
 
+bool isLive(IMFMediaSource *source)
+{
+    DWORD characteristics = 0;
+    return SUCCEEDED(source->GetCharacteristics(&characteristics)) && (characteristics & MFMEDIASOURCE_IS_LIVE) != 0;
+}
+
 QString refusalText(HRESULT hr)
 {
     return QStringLiteral("it does not take the type of its stream (%1)").arg(resultText(hr));
@@ -69,17 +75,18 @@ bool Pipeline::openOutlet(Entry &entry, NodeOutput *output, QString &why)
     const CComPtr<IMFMediaType> type = currentType(outlet.descriptor);
     const QPointer<NodeOutput> watched = output;
     outlet.feed = std::make_shared<StreamFeed>(
-        type, StreamFeed::Callbacks{
-                  [failed](HRESULT hr) { failed(QStringLiteral("its stream failed with %1").arg(resultText(hr))); },
-                  [caller = m_caller, watched](IMFMediaType *changed) {
-                      caller->call([watched, changed = CComPtr<IMFMediaType>(changed)] {
-                          if (NodeInput *const input = watched ? watched->getConnectedInput() : nullptr)
-                              input->setConnectedMfMediaType(changed);
-                      });
-                  },
-                  [this, caller = m_caller, watched](HRESULT hr) {
-                      caller->call([this, watched, hr] { refuse(watched, hr); });
-                  }});
+        type, isLive(source),
+        StreamFeed::Callbacks{
+            [failed](HRESULT hr) { failed(QStringLiteral("its stream failed with %1").arg(resultText(hr))); },
+            [caller = m_caller, watched](IMFMediaType *changed) {
+                caller->call([watched, changed = CComPtr<IMFMediaType>(changed)] {
+                    if (NodeInput *const input = watched ? watched->getConnectedInput() : nullptr)
+                        input->setConnectedMfMediaType(changed);
+                });
+            },
+            [this, caller = m_caller, watched](HRESULT hr) {
+                caller->call([this, watched, hr] { refuse(watched, hr); });
+            }});
     entry.runner->addFeed(id, outlet.feed);
     entry.outlets.emplace(output, outlet);
     tellType(outlet, *output->getConnectedInput());

@@ -2,13 +2,17 @@
 
 #include "host/pipeline/EventValue.h"
 #include "host/pipeline/SinkPort.h"
+#include "pattern/PatternCode.h"
 
 #include <mferror.h>
 
 namespace host
 {
 
-StreamFeed::StreamFeed(IMFMediaType *type, Callbacks callbacks) : m_callbacks(std::move(callbacks)), m_type(type) {}
+StreamFeed::StreamFeed(IMFMediaType *type, bool live, Callbacks callbacks)
+    : m_live(live), m_callbacks(std::move(callbacks)), m_type(type)
+{
+}
 
 StreamFeed::~StreamFeed() = default;
 
@@ -98,7 +102,7 @@ void StreamFeed::ask()
         const std::lock_guard<std::mutex> guard(m_lock);
         if (!m_stream || !m_running)
             return;
-        const unsigned wanted = m_port ? m_port->wanted() : 1;
+        const unsigned wanted = this->wanted();
         missing = wanted > m_asked ? wanted - m_asked : 0;
         m_asked += missing;
         stream = m_stream;
@@ -125,6 +129,7 @@ void StreamFeed::onEvent(MediaEventType type, IMFMediaEvent *event)
         {
             const std::lock_guard<std::mutex> guard(m_lock);
             m_running = true;
+            m_backlog = StartBacklog();
         }
         return ask();
     }
@@ -158,8 +163,9 @@ void StreamFeed::onSample(IMFMediaEvent *event)
         const std::lock_guard<std::mutex> guard(m_lock);
         if (m_asked > 0)
             --m_asked;
+        const bool isOld = wasWaiting(sample);
         // Together, lest ask() takes the sink for waiting for one more in between.
-        if (m_port && m_port->takeRequest())
+        if (!isOld && m_port && m_port->takeRequest())
             sink = m_port;
     }
     if (sink && sample && sink->deliver(*this, sample) == S_OK)
@@ -191,6 +197,21 @@ void StreamFeed::onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker)
     const EventValue value(event);
     if (const std::shared_ptr<SinkPort> sink = port())
         sink->placeMarker(*this, marker, &value.get());
+}
+
+unsigned StreamFeed::wanted() const
+{
+    if (m_port && (m_port->isStarted() || !m_live))
+        return m_port->wanted();
+    return 1;
+}
+
+bool StreamFeed::wasWaiting(IMFSample *sample)
+{
+    LONGLONG duration = 0;
+    if (!m_live || !sample || FAILED(sample->GetSampleDuration(&duration)))
+        return false;
+    return m_backlog.contains(static_cast<long long>(pattern::steadyNowHns()), duration);
 }
 
 std::shared_ptr<SinkPort> StreamFeed::port() const

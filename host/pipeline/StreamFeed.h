@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/pipeline/EventPump.h"
+#include "host/pipeline/StartBacklog.h"
 
 #include <mfidl.h>
 
@@ -18,8 +19,9 @@ class SinkPort;
 // the sink waits for, and hands over samples, type changes, gaps and the end in the order in which the stream sends
 // them.
 //
-// A stream whose sink is not there is drained, one sample at a time: a live source captures all its
-// streams at once, and what nobody takes would pile up in it.
+// A stream whose sink is not there is drained, one sample at a time, and a live one also while its sink does not run: a
+// live source captures all its streams at once, and what nobody takes would pile up in it. What had piled up when the
+// stream was started goes nowhere either.
 //
 // attach() and detach() belong to the graph's thread, everything else runs on work queue threads, the callbacks too.
 class StreamFeed : public std::enable_shared_from_this<StreamFeed>
@@ -33,8 +35,8 @@ public:
         std::function<void(HRESULT)> refused;
     };
 
-    // `type`: that of the stream's first sample.
-    StreamFeed(IMFMediaType *type, Callbacks callbacks);
+    // `type`: that of the stream's first sample. `live`: the stream goes on whether somebody takes its samples or not.
+    StreamFeed(IMFMediaType *type, bool live, Callbacks callbacks);
     ~StreamFeed();
 
     // Before the source starts: the type negotiated.
@@ -64,7 +66,11 @@ private:
     void onTypeChanged(IMFMediaEvent *event);
     void onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker);
     std::shared_ptr<SinkPort> port() const;
+    // These need m_lock held.
+    unsigned wanted() const;
+    bool wasWaiting(IMFSample *sample);
 
+    const bool m_live;
     const Callbacks m_callbacks;
     std::atomic<unsigned long long> m_delivered{0};
     mutable std::mutex m_lock; // guards what follows; not held while sinks are called or streams asked for samples
@@ -75,6 +81,7 @@ private:
     std::shared_ptr<SinkPort> m_port;
     unsigned m_asked = 0;   // requests that the stream has not answered yet
     bool m_running = false; // from the stream's start to its end
+    StartBacklog m_backlog;
 };
 
 } // namespace host

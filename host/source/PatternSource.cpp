@@ -7,8 +7,20 @@
 namespace host
 {
 
+namespace
+{
+
+// Of a pattern that ends, or takes no time, each frame counts.
+bool isLive(const PatternSettings &settings)
+{
+    return settings.paced && settings.frames == 0;
+}
+
+} // namespace
+
 PatternSource::PatternSource(HRESULT &hr, const PatternSettings &settings)
-    : CBaseSource(hr, MFMEDIASOURCE_IS_LIVE), m_pace(std::make_shared<PatternPace>(settings.paced))
+    : CBaseSource(hr, isLive(settings) ? MFMEDIASOURCE_IS_LIVE : 0),
+      m_pace(std::make_shared<PatternPace>(settings.paced))
 {
 }
 

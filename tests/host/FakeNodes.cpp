@@ -76,7 +76,7 @@ private:
 class ScriptedMediaSource final : public CBaseSource
 {
 public:
-    explicit ScriptedMediaSource(HRESULT &hr) : CBaseSource(hr, MFMEDIASOURCE_IS_LIVE) {}
+    explicit ScriptedMediaSource(HRESULT &hr) : CBaseSource(hr, 0) {}
 
     DECLARE_IUNKNOWN
 
