@@ -15,7 +15,7 @@ using std::chrono::nanoseconds;
 constexpr nanoseconds longestDelay = milliseconds(500);
 constexpr nanoseconds longestWait = std::chrono::seconds(10); // whatever rate a caller names
 constexpr nanoseconds gainPeriod = std::chrono::seconds(1);
-constexpr nanoseconds gainInAPeriod = milliseconds(10); // one percent, which no receiver takes for a burst
+constexpr nanoseconds gainInAPeriod = milliseconds(20); // two percent, which no receiver takes for a burst
 
 } // namespace
 

@@ -108,7 +108,7 @@ TEST(Pacer, HoldsALiveCallerUpNoLongerWhoseFirstFrameCameLate)
     EXPECT_EQ(caller.send(caller.frameStart(0) + milliseconds(48)), nanoseconds(0));
     EXPECT_GT(caller.send(caller.frameStart(1)), milliseconds(40));
     int frame = 2;
-    for (; frame < 60 * 6; ++frame)
+    for (; frame < 60 * 4; ++frame)
         caller.send(caller.frameStart(frame));
     for (; frame < 60 * 60; ++frame)
         ASSERT_EQ(caller.send(caller.frameStart(frame)), nanoseconds(0)) << frame;
@@ -120,7 +120,7 @@ TEST(Pacer, WorksOffABacklogThatALiveCallerBeginsWith)
     int frame = 0;
     for (; frame < 18; ++frame)
         caller.send(caller.frameStart(17)); // the oldest is 283 ms old
-    for (; frame < 60 * 31; ++frame)
+    for (; frame < 60 * 18; ++frame)
         caller.send(caller.frameStart(frame));
     for (; frame < 60 * 60; ++frame)
         ASSERT_EQ(caller.send(caller.frameStart(frame)), nanoseconds(0)) << frame;
@@ -137,14 +137,14 @@ TEST(Pacer, DoesNotHoldALiveCallerUpThatIsNowAndThenLate)
         ASSERT_EQ(caller.send(caller.frameStart(frame) + lateness(frame)), nanoseconds(0)) << frame;
 }
 
-TEST(Pacer, LetsACallerThatWaitsForNothingElseGainHalfASecondAtOnePercentAtMost)
+TEST(Pacer, LetsACallerThatWaitsForNothingElseGainHalfASecondAtTwoPercentAtMost)
 {
     PacedCaller caller(25);
     std::int64_t frame = 0;
     for (; frame < 25 * 3600; ++frame) {
         caller.sendNext();
         const nanoseconds schedule = caller.frameStart(frame) - PacedCaller::start;
-        ASSERT_GE(caller.now() - PacedCaller::start, schedule - schedule / 100) << frame;
+        ASSERT_GE(caller.now() - PacedCaller::start, schedule - schedule / 50) << frame;
         ASSERT_GE(caller.now() - PacedCaller::start, schedule - milliseconds(500)) << frame;
         ASSERT_LE(caller.now() - PacedCaller::start, schedule) << frame;
     }
