@@ -40,14 +40,22 @@ private:
         bool calledBack = false;
     };
 
+    // What a subscriber is told with. Told without the lock, which whoever is woken takes first thing.
+    struct Call {
+        Ref<IMFAsyncResult> result;
+        DWORD workQueue = MFASYNC_CALLBACK_QUEUE_STANDARD;
+
+        HRESULT make() const { return result ? MFPutWorkItemEx(workQueue, result.get()) : S_OK; }
+    };
+
     HRESULT alreadySubscribed(IMFAsyncCallback *callback, IUnknown *state) const;
-    // Once for a subscription, when there is something to hear; the lock must be held.
-    HRESULT callBack();
+    // The call that is due when there is something to hear, once for a subscription; the lock must be held.
+    Call takeCall();
     void takeFirst(IMFMediaEvent **event);
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    // Guarded by m_mutex, under which locks of work queues may be taken.
+    // Guarded by m_mutex.
     std::deque<Ref<IMFMediaEvent>> m_events;
     Subscription m_subscription;
     bool m_shutDown = false;
@@ -77,17 +85,22 @@ STDMETHODIMP EventQueue::BeginGetEvent(IMFAsyncCallback *callback, IUnknown *sta
         return E_INVALIDARG;
     const DWORD workQueue = queueOf(callback);
     Ref<IMFAsyncResult> result; // outlives the lock
-    const std::lock_guard lock(m_mutex);
-    if (m_shutDown)
-        return MF_E_SHUTDOWN;
-    if (m_subscription.result)
-        return alreadySubscribed(callback, state);
-    const HRESULT hr = MFCreateAsyncResult(nullptr, callback, state, result.put());
-    if (FAILED(hr))
-        return hr;
-    m_subscription = {result, callback, workQueue, false};
+    Call call;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_shutDown)
+            return MF_E_SHUTDOWN;
+        if (m_subscription.result)
+            return alreadySubscribed(callback, state);
+        const HRESULT hr = MFCreateAsyncResult(nullptr, callback, state, result.put());
+        if (FAILED(hr))
+            return hr;
+        m_subscription = {result, callback, workQueue, false};
+        if (!m_events.empty())
+            call = takeCall();
+    }
     m_changed.notify_all(); // there is no second consumer
-    return m_events.empty() ? S_OK : callBack();
+    return call.make();
 }
 
 HRESULT EventQueue::alreadySubscribed(IMFAsyncCallback *callback, IUnknown *state) const
@@ -117,18 +130,20 @@ STDMETHODIMP EventQueue::QueueEvent(IMFMediaEvent *event)
 {
     if (!event)
         return E_INVALIDARG;
-    const std::lock_guard lock(m_mutex);
-    if (m_shutDown)
-        return MF_E_SHUTDOWN;
-    try {
-        m_events.emplace_back(event);
-    } catch (const std::bad_alloc &) {
-        return E_OUTOFMEMORY;
+    Call call;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_shutDown)
+            return MF_E_SHUTDOWN;
+        try {
+            m_events.emplace_back(event);
+        } catch (const std::bad_alloc &) {
+            return E_OUTOFMEMORY;
+        }
+        call = takeCall();
     }
-    if (m_subscription.result)
-        return callBack();
     m_changed.notify_one();
-    return S_OK;
+    return call.make();
 }
 
 STDMETHODIMP EventQueue::QueueEventParamVar(MediaEventType type, REFGUID extendedType, HRESULT status,
@@ -152,24 +167,27 @@ STDMETHODIMP EventQueue::Shutdown()
 {
     std::deque<Ref<IMFMediaEvent>> dropped; // released without the lock, like the subscription
     Subscription ended;
-    const std::lock_guard lock(m_mutex);
-    if (m_shutDown)
-        return MF_E_SHUTDOWN;
-    m_shutDown = true;
-    dropped.swap(m_events);
-    if (m_subscription.result)
-        callBack();
-    std::swap(ended, m_subscription);
+    Call call;
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_shutDown)
+            return MF_E_SHUTDOWN;
+        m_shutDown = true;
+        dropped.swap(m_events);
+        call = takeCall();
+        std::swap(ended, m_subscription);
+    }
     m_changed.notify_all();
+    call.make();
     return S_OK;
 }
 
-HRESULT EventQueue::callBack()
+EventQueue::Call EventQueue::takeCall()
 {
-    if (m_subscription.calledBack)
-        return S_OK;
+    if (!m_subscription.result || m_subscription.calledBack)
+        return {};
     m_subscription.calledBack = true;
-    return MFPutWorkItemEx(m_subscription.workQueue, m_subscription.result.get());
+    return {m_subscription.result, m_subscription.workQueue};
 }
 
 void EventQueue::takeFirst(IMFMediaEvent **event)
