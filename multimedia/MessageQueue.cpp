@@ -88,14 +88,14 @@ public:
 
     HRESULT push(Item item)
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_items.pushBack(std::move(item));
-        if (m_underWay)
-            return S_OK;
-        const HRESULT hr = putStep();
-        if (FAILED(hr))
-            m_items.popBack();
-        return hr;
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_items.pushBack(std::move(item));
+            if (m_underWay)
+                return S_OK;
+            m_underWay = shared_from_this();
+        }
+        return putStep();
     }
 
 private:
@@ -115,31 +115,47 @@ private:
         Impl *m_queue;
     };
 
-    // The lock must be held.
+    // Without the lock, for the thread that this wakes takes it first thing.
     HRESULT putStep()
     {
         const HRESULT hr = MFPutWorkItem2(m_workQueue, m_priority, m_step, nullptr);
-        if (SUCCEEDED(hr))
-            m_underWay = shared_from_this();
+        if (FAILED(hr))
+            dropItems();
         return hr;
+    }
+
+    // What cannot run must not keep alive what it holds.
+    void dropItems()
+    {
+        // Let go of without the lock.
+        RingBuffer<Item> dropped;
+        std::shared_ptr<Impl> self;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        std::swap(dropped, m_items);
+        std::swap(self, m_underWay);
     }
 
     void step()
     {
-        std::unique_lock<std::mutex> lock(m_mutex);
+        run(takeFirst());
         {
-            m_thread = std::this_thread::get_id();
-            const Item item = m_items.takeFront();
-            lock.unlock();
-            run(item);
+            std::shared_ptr<Impl> self; // may be the last reference: it goes after the lock
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            if (m_items.empty()) {
+                std::swap(self, m_underWay);
+                return;
+            }
         }
-        lock.lock();
-        const std::shared_ptr<Impl> self = std::move(m_underWay);
-        m_underWay.reset();
-        if (!m_items.empty())
-            putStep();
-        // `self` may be the last reference: it goes after the lock.
-        lock.unlock();
+        const HRESULT hr = putStep();
+        if (FAILED(hr))
+            qCWarning(multimediaLog, "Queued functions were dropped (HR=0x%X)", static_cast<unsigned>(hr));
+    }
+
+    Item takeFirst()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_thread = std::this_thread::get_id();
+        return m_items.takeFront();
     }
 
     const LONG m_priority;
@@ -149,7 +165,7 @@ private:
 
     std::mutex m_mutex;
     RingBuffer<Item> m_items;         // guarded by m_mutex
-    std::shared_ptr<Impl> m_underWay; // set while a work item is; guarded by m_mutex
+    std::shared_ptr<Impl> m_underWay; // set while a work item is or is being put; guarded by m_mutex
     std::thread::id m_thread;         // that ran an item last; guarded by m_mutex
 };
 

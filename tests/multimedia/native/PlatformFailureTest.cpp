@@ -3,11 +3,18 @@
 #include "hostfw/BaseSource.h"
 #include "hostfw/ComException.h"
 #include "hostfw/MessageQueue.h"
+#include "tests/multimedia/Recorded.h"
 #include "tests/multimedia/native/PlatformFailures.h"
+#include "tests/support/LogCapture.h"
 
 #include <gtest/gtest.h>
 
 #include <mferror.h>
+
+#include <functional>
+#include <memory>
+#include <utility>
+#include <vector>
 
 namespace
 {
@@ -24,6 +31,22 @@ CComPtr<BareSource> makeSourceWithoutEvents(HRESULT &hr)
     const FailingQueues failing(E_ACCESSDENIED);
     return {new BareSource(hr)};
 }
+
+// A function that records its number, and whether it is still kept somewhere.
+struct WatchedFunction {
+    WatchedFunction(Recorded<int> &ran, int number)
+    {
+        auto held = std::make_shared<int>(number);
+        kept = held;
+        function = [held = std::move(held), &ran] {
+            ran.add(*held);
+            return S_OK;
+        };
+    }
+
+    std::weak_ptr<int> kept;
+    std::function<HRESULT()> function;
+};
 
 } // namespace
 
@@ -62,4 +85,45 @@ TEST(MessageQueueWithoutAWorkQueue, ThrowsTheFailureOfAllocatingIt)
     } catch (const ComException &exception) {
         EXPECT_EQ(exception.getErrorCode(), E_ACCESSDENIED);
     }
+}
+
+TEST(MessageQueueWhoseItemsAreRefused, TellsOfItAndLetsTheFunctionGo)
+{
+    Recorded<int> ran;
+    WatchedFunction refused(ran, 1);
+    const tvx::MFMessageQueue queue(tvx::MFMessageQueue::Type::Serial, 0);
+    const FailingQueues failing(E_ACCESSDENIED);
+    EXPECT_EQ(queue.push(std::exchange(refused.function, {})), E_ACCESSDENIED);
+    EXPECT_TRUE(refused.kept.expired());
+    EXPECT_EQ(ran.count(), 0U);
+}
+
+TEST(MessageQueueWhoseItemsAreRefused, LetsGoOfWhatWaits_WhenItCannotGoOn)
+{
+    LogCapture log;
+    Recorded<int> ran;
+    Gate proceed;
+    WatchedFunction waiting(ran, 1);
+    const tvx::MFMessageQueue queue(tvx::MFMessageQueue::Type::Serial, 0);
+    queue.push([&proceed] { return proceed.wait() ? S_OK : E_FAIL; });
+    ASSERT_EQ(queue.push(std::exchange(waiting.function, {})), S_OK);
+    const FailingQueues failing(E_ACCESSDENIED);
+    proceed.open();
+    EXPECT_TRUE(
+        log.waitFor(QtWarningMsg, "Multimedia", QStringLiteral("Queued functions were dropped (HR=0x80070005)")));
+    EXPECT_TRUE(waiting.kept.expired());
+    EXPECT_EQ(ran.count(), 0U);
+}
+
+TEST(MessageQueueWhoseItemsAreRefused, RunsWhatIsPushedOnceTheyAreTakenAgain)
+{
+    Recorded<int> ran;
+    const tvx::MFMessageQueue queue(tvx::MFMessageQueue::Type::Serial, 0);
+    {
+        const FailingQueues failing(E_ACCESSDENIED);
+        queue.push(WatchedFunction(ran, 1).function);
+    }
+    EXPECT_EQ(queue.push(WatchedFunction(ran, 2).function), S_OK);
+    EXPECT_TRUE(ran.waitForCount(1));
+    EXPECT_EQ(ran.values(), std::vector<int>{2});
 }

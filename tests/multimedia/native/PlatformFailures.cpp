@@ -38,3 +38,12 @@ extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFAllocateWorkQ
     return FAILED(failure) ? failure
                            : realFunction<decltype(MFAllocateWorkQueueEx)>("MFAllocateWorkQueueEx")(type, queue);
 }
+
+extern "C" __attribute__((visibility("default"))) HRESULT WINAPI MFPutWorkItem2(DWORD queue, LONG priority,
+                                                                                IMFAsyncCallback *callback,
+                                                                                IUnknown *state)
+{
+    const HRESULT failure = failureOfQueues;
+    return FAILED(failure) ? failure
+                           : realFunction<decltype(MFPutWorkItem2)>("MFPutWorkItem2")(queue, priority, callback, state);
+}

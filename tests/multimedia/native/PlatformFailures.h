@@ -2,8 +2,8 @@
 
 #include <windows.h>
 
-// Makes the functions of Media Foundation that create event queues and work queues fail while it exists. One at a time,
-// for calls on any thread.
+// Makes the functions of Media Foundation that create event queues and work queues, and that which puts work items with
+// a priority, fail while it exists. One at a time, for calls on any thread.
 class FailingQueues
 {
 public:
