@@ -1,8 +1,8 @@
 #include "platform/mf/ThreadedWorkQueue.h"
 
+#include "platform/mf/Semaphore.h"
 #include "platform/mf/WorkerThreads.h"
 
-#include <condition_variable>
 #include <mutex>
 
 namespace winmedia
@@ -13,13 +13,12 @@ struct ThreadedWorkQueue::State {
 
     const std::string name;
     const unsigned maxThreads;
+    Semaphore turns; // one for each item, and one more for the threads to end with
     std::mutex mutex;
-    std::condition_variable wake;
     // Guarded by mutex.
     WaitingItems items;
     unsigned threads = 0;
     unsigned idle = 0;
-    bool closed = false;
 };
 
 ThreadedWorkQueue::ThreadedWorkQueue(std::string name, unsigned maxThreads)
@@ -29,11 +28,7 @@ ThreadedWorkQueue::ThreadedWorkQueue(std::string name, unsigned maxThreads)
 
 ThreadedWorkQueue::~ThreadedWorkQueue()
 {
-    {
-        const std::lock_guard lock(m_state->mutex);
-        m_state->closed = true;
-    }
-    m_state->wake.notify_all();
+    m_state->turns.post();
 }
 
 HRESULT ThreadedWorkQueue::put(WorkItem item)
@@ -54,26 +49,27 @@ HRESULT ThreadedWorkQueue::put(WorkItem item)
             return E_OUTOFMEMORY;
         }
     }
-    state.wake.notify_one();
+    state.turns.post();
     return S_OK;
 }
 
 void ThreadedWorkQueue::work(State &state)
 {
-    std::unique_lock lock(state.mutex);
     for (;;) {
-        ++state.idle;
-        state.wake.wait(lock, [&state] { return state.closed || !state.items.empty(); });
+        {
+            const std::lock_guard lock(state.mutex);
+            ++state.idle;
+        }
+        state.turns.wait();
+        std::unique_lock lock(state.mutex);
         --state.idle;
         if (state.items.empty())
-            return;
-        {
-            const WorkItem item = state.items.pop();
-            lock.unlock();
-            item.run();
-        } // the result may be the last reference to much; it goes without the lock
-        lock.lock();
-    }
+            break;
+        const WorkItem item = state.items.pop();
+        lock.unlock();
+        item.run();
+    }                   // the result may be the last reference to much; it goes without the lock
+    state.turns.post(); // for the next thread to end
 }
 
 } // namespace winmedia
