@@ -12,12 +12,17 @@
 namespace
 {
 
+using Clock = std::chrono::steady_clock;
+
 constexpr std::int64_t FrameDuration = 166667; // 100 ns units
 
 struct Endless {
     std::array<std::vector<std::uint8_t>, bench::EndlessPictures> pictures;
     NDIlib_video_frame_v2_t frame;
     std::int64_t count = 0;
+    Clock::duration period{0};
+    Clock::time_point due;
+    Clock::time_point captured;
 };
 
 Endless g_endless;
@@ -26,16 +31,20 @@ NDIlib_source_t g_source{bench::EndlessName, bench::EndlessAddress};
 struct Sent {
     std::mutex mutex;
     std::condition_variable grown;
-    std::uint64_t frames = 0; // guarded by the mutex
+    // Guarded by the mutex.
+    std::uint64_t frames = 0;
+    Clock::time_point last;
 };
 
 Sent g_sent;
 
 void countSentFrame()
 {
+    const Clock::time_point now = Clock::now();
     {
         const std::lock_guard<std::mutex> guard(g_sent.mutex);
         ++g_sent.frames;
+        g_sent.last = now;
     }
     g_sent.grown.notify_one();
 }
@@ -51,7 +60,7 @@ Handle handle()
 namespace bench
 {
 
-void setEndlessVideo(NDIlib_FourCC_video_type_e fourCC, int width, int height)
+void setEndlessVideo(NDIlib_FourCC_video_type_e fourCC, int width, int height, std::int64_t pace)
 {
     const bool alpha = fourCC == NDIlib_FourCC_video_type_BGRA;
     const int stride = width * (alpha ? 4 : 2);
@@ -63,6 +72,8 @@ void setEndlessVideo(NDIlib_FourCC_video_type_e fourCC, int width, int height)
     g_endless.frame.frame_rate_N = 60;
     g_endless.frame.frame_rate_D = 1;
     g_endless.frame.line_stride_in_bytes = stride;
+    g_endless.period = pace == 0 ? Clock::duration(0) : Clock::duration(std::chrono::seconds(1)) / pace;
+    g_endless.due = Clock::now();
 }
 
 const std::uint8_t *endlessPicture(std::int64_t index)
@@ -70,10 +81,16 @@ const std::uint8_t *endlessPicture(std::int64_t index)
     return g_endless.pictures[static_cast<std::size_t>(index % EndlessPictures)].data();
 }
 
-void waitForSentFrames(std::uint64_t count)
+Clock::time_point lastCapture()
+{
+    return g_endless.captured;
+}
+
+Clock::time_point waitForSentFrames(std::uint64_t count)
 {
     std::unique_lock<std::mutex> lock(g_sent.mutex);
     g_sent.grown.wait(lock, [count] { return g_sent.frames >= count; });
+    return g_sent.last;
 }
 
 std::uint64_t sentFrames()
@@ -131,6 +148,10 @@ NDIlib_frame_type_e NDIlib_recv_capture_v2(NDIlib_recv_instance_t, NDIlib_video_
     *video = g_endless.frame;
     video->p_data = g_endless.pictures[static_cast<std::size_t>(index % bench::EndlessPictures)].data();
     video->timecode = index * FrameDuration;
+    g_endless.due += g_endless.period;
+    if (g_endless.period.count() != 0)
+        std::this_thread::sleep_until(g_endless.due);
+    g_endless.captured = Clock::now();
     return NDIlib_frame_type_video;
 }
 

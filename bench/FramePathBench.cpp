@@ -5,6 +5,7 @@
 #include "bench/EndlessRuntime.h"
 #include "bench/MediaPlatform.h"
 #include "bench/PictureSizes.h"
+#include "bench/Rounds.h"
 #include "source/NDISourceMF.h"
 
 #include <mferror.h>
@@ -91,15 +92,17 @@ void deliver(benchmark::State &state, NDIlib_FourCC_video_type_e fourCC, bool ha
     const bench::MediaPlatform platform;
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
-    bench::setEndlessVideo(fourCC, width, height);
+    bench::setEndlessVideo(fourCC, width, height, state.range(2));
     VideoDelivery delivery(hardwareSamples);
     for (int i = 0; i < WarmUpFrames; ++i)
         delivery.nextSample();
     {
+        bench::Rounds rounds(state, bench::AtOnce); // the pace is the runtime's
         const bench::AllocationReport allocations(state);
         for (auto unused : state) {
             static_cast<void>(unused);
             delivery.nextSample();
+            rounds.add(bench::Clock::now() - bench::lastCapture());
         }
     }
     state.SetBytesProcessed(state.iterations() * pixelBytes * width * height);
@@ -109,15 +112,19 @@ void copy(benchmark::State &state, NDIlib_FourCC_video_type_e fourCC, int pixelB
 {
     const int width = static_cast<int>(state.range(0));
     const int height = static_cast<int>(state.range(1));
-    bench::setEndlessVideo(fourCC, width, height);
+    bench::setEndlessVideo(fourCC, width, height, bench::AtOnce);
     const auto bytes = static_cast<std::size_t>(pixelBytes * width * height);
     std::vector<std::vector<std::uint8_t>> destinations(PoolSamples, bench::noise(bytes));
     std::int64_t count = 0;
+    bench::Rounds rounds(state, state.range(2));
     for (auto unused : state) {
         static_cast<void>(unused);
         auto &destination = destinations[static_cast<std::size_t>(count % PoolSamples)];
+        rounds.wait();
+        const bench::Clock::time_point begin = bench::Clock::now();
         std::memcpy(destination.data(), bench::endlessPicture(count), bytes);
         benchmark::ClobberMemory();
+        rounds.add(bench::Clock::now() - begin);
         ++count;
     }
     state.SetBytesProcessed(state.iterations() * pixelBytes * width * height);
@@ -143,10 +150,13 @@ void framePathBgra(benchmark::State &state)
     deliver(state, NDIlib_FourCC_video_type_BGRA, false, 4);
 }
 
-// By the clock on the wall: the work is done on the source's own threads.
-BENCHMARK(memcpyUyvy)->Apply(bench::pictureSizes)->UseRealTime();
-BENCHMARK(framePathUyvy)->Apply(bench::pictureSizes)->UseRealTime();
-BENCHMARK(memcpyBgra)->Apply(bench::pictureSizes)->UseRealTime();
-BENCHMARK(framePathBgra)->Apply(bench::pictureSizes)->UseRealTime();
+BENCHMARK(memcpyUyvy)->Apply(bench::picturesAtOnce)->UseManualTime();
+BENCHMARK(framePathUyvy)->Apply(bench::picturesAtOnce)->UseManualTime();
+BENCHMARK(memcpyBgra)->Apply(bench::picturesAtOnce)->UseManualTime();
+BENCHMARK(framePathBgra)->Apply(bench::picturesAtOnce)->UseManualTime();
+BENCHMARK(memcpyUyvy)->Apply(bench::picturesLive);
+BENCHMARK(framePathUyvy)->Apply(bench::picturesLive);
+BENCHMARK(memcpyBgra)->Apply(bench::picturesLive);
+BENCHMARK(framePathBgra)->Apply(bench::picturesLive);
 
 } // namespace

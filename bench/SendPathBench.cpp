@@ -1,4 +1,4 @@
-// A sample's way from a stream sink that has accepted it to the runtime: the queue of the sink, the picture into the
+// A sample's way from the stream sink that is given it to the runtime: the queue of the sink, the picture into the
 // staging buffer or the sound out of its interleaving, the metadata, the runtime's call. Beside it the same pictures
 // copied into one destination, as the staging buffer is one.
 
@@ -6,6 +6,7 @@
 #include "bench/EndlessRuntime.h"
 #include "bench/MediaPlatform.h"
 #include "bench/PictureSizes.h"
+#include "bench/Rounds.h"
 #include "bench/SinkSamples.h"
 #include "sink/NDISinkMF.h"
 
@@ -13,14 +14,13 @@
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <future>
 
 namespace
 {
 
+using bench::Clock;
 using bench::Format;
 using bench::require;
 
@@ -77,19 +77,22 @@ private:
     std::size_t m_count = 0;
 };
 
-void send(benchmark::State &state, Sending &sending)
+void send(benchmark::State &state, Sending &sending, std::int64_t pace)
 {
     std::uint64_t sent = bench::sentFrames();
-    const auto sendNext = [&] {
+    for (std::uint64_t i = 0; i < WarmUpSamples; ++i) {
         sending.give(sending.nextSample());
         bench::waitForSentFrames(++sent);
-    };
-    for (std::uint64_t i = 0; i < WarmUpSamples; ++i)
-        sendNext();
+    }
+    bench::Rounds rounds(state, pace);
     const bench::AllocationReport allocations(state);
     for (auto unused : state) {
         static_cast<void>(unused);
-        sendNext();
+        IMFSample *const sample = sending.nextSample();
+        rounds.wait();
+        const Clock::time_point given = Clock::now();
+        sending.give(sample);
+        rounds.add(bench::waitForSentFrames(++sent) - given);
     }
 }
 
@@ -100,7 +103,7 @@ void sendPictures(benchmark::State &state, const Format &format)
     const auto height = static_cast<UINT32>(state.range(1));
     const auto bytes = static_cast<std::size_t>(format.pixelBytes) * width * height;
     Sending sending(true, bench::pictureType(format, width, height), bench::noise(bytes));
-    send(state, sending);
+    send(state, sending, state.range(2));
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
 }
 
@@ -110,10 +113,14 @@ void copyPictures(benchmark::State &state, int pixelBytes)
     const std::vector<std::vector<std::uint8_t>> sources(PoolSamples, bench::noise(bytes));
     std::vector<std::uint8_t> destination = bench::noise(bytes);
     std::size_t count = 0;
+    bench::Rounds rounds(state, state.range(2));
     for (auto unused : state) {
         static_cast<void>(unused);
+        rounds.wait();
+        const Clock::time_point begin = Clock::now();
         std::memcpy(destination.data(), sources[count++ % PoolSamples].data(), bytes);
         benchmark::ClobberMemory();
+        rounds.add(Clock::now() - begin);
     }
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes));
 }
@@ -142,40 +149,40 @@ void sendPathSound(benchmark::State &state)
 {
     const bench::MediaPlatform platform;
     Sending sending(false, bench::soundType(), bench::noise(bench::SoundBytes));
-    send(state, sending);
+    send(state, sending, state.range(0));
 }
 
 // How long the caller of ProcessSample is kept, which is a thread of the host's pipeline.
 void processSample(benchmark::State &state)
 {
-    using Clock = std::chrono::steady_clock;
     const bench::MediaPlatform platform;
     Sending sending(true, bench::pictureType({MFVideoFormat_UYVY, 2}, 1920, 1080),
                     bench::noise(std::size_t{2} * 1920 * 1080));
     std::uint64_t sent = bench::sentFrames();
-    std::vector<double> microseconds;
-    microseconds.reserve(1000000);
+    bench::Rounds rounds(state, state.range(0));
     for (auto unused : state) {
         static_cast<void>(unused);
         IMFSample *const sample = sending.nextSample();
+        rounds.wait();
         const Clock::time_point begin = Clock::now();
         sending.give(sample);
-        const std::chrono::duration<double> taken = Clock::now() - begin;
-        state.SetIterationTime(taken.count());
-        microseconds.push_back(1e6 * taken.count());
+        rounds.add(Clock::now() - begin);
         bench::waitForSentFrames(++sent);
     }
-    const auto middle = microseconds.begin() + static_cast<std::ptrdiff_t>(microseconds.size() / 2);
-    std::nth_element(microseconds.begin(), middle, microseconds.end());
-    state.counters["median_us"] = *middle;
 }
 
-// By the clock on the wall: the work is done on the sink's own thread.
-BENCHMARK(memcpyUyvy)->Apply(bench::pictureSizes)->UseRealTime();
-BENCHMARK(sendPathUyvy)->Apply(bench::pictureSizes)->UseRealTime();
-BENCHMARK(memcpyBgra)->Apply(bench::pictureSizes)->UseRealTime();
-BENCHMARK(sendPathBgra)->Apply(bench::pictureSizes)->UseRealTime();
-BENCHMARK(sendPathSound)->UseRealTime();
-BENCHMARK(processSample)->UseManualTime();
+BENCHMARK(memcpyUyvy)->Apply(bench::picturesAtOnce)->UseManualTime();
+BENCHMARK(sendPathUyvy)->Apply(bench::picturesAtOnce)->UseManualTime();
+BENCHMARK(memcpyBgra)->Apply(bench::picturesAtOnce)->UseManualTime();
+BENCHMARK(sendPathBgra)->Apply(bench::picturesAtOnce)->UseManualTime();
+BENCHMARK(sendPathSound)->Apply(bench::atOnce)->UseManualTime();
+BENCHMARK(memcpyUyvy)->Apply(bench::picturesLive);
+BENCHMARK(sendPathUyvy)->Apply(bench::picturesLive);
+BENCHMARK(memcpyBgra)->Apply(bench::picturesLive);
+BENCHMARK(sendPathBgra)->Apply(bench::picturesLive);
+BENCHMARK(sendPathSound)->Apply(bench::live);
+// Not at once: whether the sink's thread sleeps by then, and has to be woken, would be chance.
+BENCHMARK(processSample)->Apply(bench::busy);
+BENCHMARK(processSample)->Apply(bench::live);
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "bench/AllocationCount.h"
 #include "bench/MediaPlatform.h"
 #include "bench/PictureSizes.h"
+#include "bench/Rounds.h"
 #include "bench/SinkSamples.h"
 #include "format/MetadataEnvelope.h"
 #include "sink/NDISinkAudioStream.h"
@@ -99,9 +100,9 @@ void sendSampleSoundMetadata(benchmark::State &state)
     sendSound(state, true);
 }
 
-BENCHMARK(sendSampleUyvy)->Apply(bench::pictureSizes);
-BENCHMARK(sendSampleUyvyMetadata)->Apply(bench::pictureSizes);
-BENCHMARK(sendSampleBgra)->Apply(bench::pictureSizes);
+BENCHMARK(sendSampleUyvy)->Apply(bench::picturesAtOnce);
+BENCHMARK(sendSampleUyvyMetadata)->Apply(bench::picturesAtOnce);
+BENCHMARK(sendSampleBgra)->Apply(bench::picturesAtOnce);
 BENCHMARK(sendSampleSound);
 BENCHMARK(sendSampleSoundMetadata);
 
