@@ -34,8 +34,8 @@ void ReceiveQueue::push(QueuedFrame frame)
     m_textBytes += frame.text.size();
     m_frames.push_back(std::move(frame));
     const auto dropped = makeRoom(type);
+    lock.unlock(); // who waits takes it first thing; and the dropped frames give their slots back without it
     m_arrived.notify_all();
-    lock.unlock(); // the dropped frames give their slots back without it
 }
 
 void ReceiveQueue::pushFields(QueuedFrame frame)
@@ -46,8 +46,8 @@ void ReceiveQueue::pushFields(QueuedFrame frame)
     frame.part = QueuedFrame::Part::Field1;
     m_frames.push_back(std::move(frame));
     const auto dropped = makeRoom(MessageType::Video);
-    m_arrived.notify_all();
     lock.unlock();
+    m_arrived.notify_all();
 }
 
 std::optional<QueuedFrame> ReceiveQueue::pop(std::uint32_t kinds, std::chrono::milliseconds timeout)
