@@ -41,8 +41,12 @@ function yardstick_of(name,    arguments, kind, candidate, found) {
 function counter(key,    i) {
     for (i = 1; i <= NF; ++i)
         if (index($i, key "=") == 1)
-            return substr($i, length(key) + 2)
+            return spelt_out(substr($i, length(key) + 2))
     return ""
+}
+# A counter of more than a thousand is printed as so many k.
+function spelt_out(number) {
+    return number ~ /k$/ ? 1000 * number : number
 }
 function readable(ns) {
     return ns < 1e3 ? sprintf("%.0f ns", ns) : ns < 1e6 ? sprintf("%.1f µs", ns / 1e3) : sprintf("%.2f ms", ns / 1e6)

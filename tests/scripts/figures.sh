@@ -22,6 +22,7 @@ memcpyUyvy/w:4/h:2/fps:60/iterations:180/manual_time_median 30000 ns 1 ns  5 byt
 sendPathUyvy/w:4/h:2/fps:60/iterations:180/manual_time_median 90000 ns 1 ns 5 allocs/frame=0 median_us=25
 memcpyBgra/w:4/h:2/real_time_median     16000 ns        16000 ns            5 bytes_per_second=1G/s
 sendPathUyvy/w:4/h:2/real_time_median   10000 ns        10000 ns            5 allocs/frame=3 bytes_per_second=1G/s
+sendPathUyvy/w:8/h:2/fps:60/manual_time_median 9000000 ns 10000 ns         5 allocs/frame=0 median_us=1.25k
 sendPathUyvy/w:8/h:2/real_time_median   2500000 ns      10000 ns            5 allocs/frame=0 bytes_per_second=1G/s
 sendPathSound_median                    640 ns          640 ns              5 allocs/frame=0
 sendPathSound/fps:60/manual_time_median 99999 ns        640 ns              5 allocs/frame=0 median_us=16
@@ -41,6 +42,7 @@ for line in '| `memcpyUyvy/w:4/h:2` | 8.0 µs |  |  |  |' \
     '| `notifyThread/fps:60` | 2.5 µs |  |  |  |' \
     '| `memcpyUyvy/w:4/h:2/fps:60` | 20.0 µs |  |  |  |' \
     '| `sendPathUyvy/w:4/h:2/fps:60` | 25.0 µs | `memcpyUyvy/w:4/h:2/fps:60` | 1.25 | 0 |' \
+    '| `sendPathUyvy/w:8/h:2/fps:60` | 1.25 ms |  |  | 0 |' \
     '| `sendPathSound/fps:60` | 16.0 µs | `wakeThread/fps:60` | 2.00 | 0 |' \
     '| `processSample/fps:60` | 3.8 µs | `notifyThread/fps:60` | 1.50 |  |' \
     '| `processSample/fps:7` | 1.2 µs |  |  |  |'; do
