@@ -66,7 +66,9 @@ void MessageStream::setDeadline(std::chrono::milliseconds delay)
     m_deadline.expires_after(delay);
     m_deadline.async_wait([self = shared_from_this()](const Error &error) {
         // A deadline that was moved while this call was already on its way has not passed.
-        if (!error && self->m_deadline.expiry() <= std::chrono::steady_clock::now())
+        if (error || self->m_deadline.expiry() > std::chrono::steady_clock::now() || self->m_listener == nullptr)
+            return;
+        if (self->m_listener->onDeadline())
             self->end(End::TimedOut);
     });
 }

@@ -32,6 +32,8 @@ public:
     public:
         virtual void onConnected() {}
         virtual void onMessage(MessageType type, std::string_view body) = 0;
+        // The time of setDeadline() is over. True: that ends the connection, with TimedOut.
+        virtual bool onDeadline() { return true; }
         // The stream is closed. The listener may let go of it here.
         virtual void onEnd(End end) = 0;
 
@@ -48,7 +50,7 @@ public:
 
     void connect(std::uint16_t port);
     void startReading();
-    // Ends the connection with TimedOut unless the deadline is moved or cleared in time.
+    // Asks the listener unless the deadline is moved or cleared in time.
     void setDeadline(std::chrono::milliseconds delay);
     void clearDeadline();
 

@@ -8,13 +8,30 @@ namespace
 {
 
 constexpr std::chrono::milliseconds handshakeTime{1000};
+constexpr std::chrono::milliseconds silenceTime{2000};
 constexpr std::size_t bodyLimit = maximumMetadata + sizeof(MetadataHeader);
 
 } // namespace
 
+// Whether the sender of a link still stands behind its port.
+class SenderLink::Inquiry final : private SenderLink::Listener
+{
+public:
+    explicit Inquiry(SenderLink &link) : m_asker(link), m_link(link.m_context, *this, link.m_record, Role::Finder, 0) {}
+
+private:
+    void onOpen(SenderLink &) override { m_asker.inquired(End::Closed); }
+    void onMessage(SenderLink &, MessageType, std::string_view) override {}
+    void onEnd(SenderLink &, End end) override { m_asker.inquired(end); }
+
+    SenderLink &m_asker;
+    SenderLink m_link;
+};
+
 SenderLink::SenderLink(boost::asio::io_context &context, Listener &listener, SenderRecord record, Role role,
                        std::uint32_t kinds)
-    : m_listener(listener), m_record(std::move(record)), m_hello{protocolMagic, role, kinds, m_record.password},
+    : m_context(context), m_listener(listener),
+      m_record(std::move(record)), m_hello{protocolMagic, role, kinds, m_record.password},
       m_stream(MessageStream::make(boost::asio::ip::tcp::socket(context), *this, bodyLimit))
 {
     m_stream->setDeadline(handshakeTime);
@@ -33,6 +50,7 @@ void SenderLink::onConnected()
 
 void SenderLink::onMessage(MessageType type, std::string_view body)
 {
+    m_isSilent = false;
     if (m_open)
         m_listener.onMessage(*this, type, body);
     else
@@ -47,9 +65,32 @@ void SenderLink::welcomed(MessageType type, std::string_view body)
         m_listener.onEnd(*this, End::Impostor);
         return;
     }
-    m_stream->clearDeadline();
+    m_stream->setDeadline(silenceTime);
     m_open = true;
     m_listener.onOpen(*this);
+}
+
+bool SenderLink::onDeadline()
+{
+    if (!m_open)
+        return true;
+    if (std::exchange(m_isSilent, true))
+        m_inquiry = std::make_unique<Inquiry>(*this);
+    else
+        m_stream->setDeadline(silenceTime);
+    return false;
+}
+
+// An answer that does not come, or not for the sender's sake, leaves the connection what it was.
+void SenderLink::inquired(End end)
+{
+    m_inquiry.reset();
+    if (end == End::Refused || end == End::Impostor) {
+        m_stream->close();
+        m_listener.onEnd(*this, End::Closed);
+    } else {
+        m_stream->setDeadline(silenceTime);
+    }
 }
 
 void SenderLink::onEnd(MessageStream::End end)

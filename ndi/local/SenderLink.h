@@ -10,7 +10,8 @@
 namespace localndi
 {
 
-// The connection of a finder or receiver to one sender. While it is open, the sender lives.
+// The connection of a finder or receiver to one sender. While it is open, the sender lives: when nothing comes for a
+// while, the sender's port is asked, since a connection has been seen to outlive its killed sender (under Wine).
 //
 // Threads: the context's only. Ownership: its owner's, who is also its listener; destroying it closes the connection.
 class SenderLink final : private MessageStream::Listener
@@ -48,16 +49,23 @@ public:
     void send(MessageType type, std::string_view body) { m_stream->send(type, body); }
 
 private:
+    class Inquiry;
+
     void onConnected() override;
     void onMessage(MessageType type, std::string_view body) override;
+    bool onDeadline() override;
     void onEnd(MessageStream::End end) override;
+    void inquired(End end);
     void welcomed(MessageType type, std::string_view body);
 
+    boost::asio::io_context &m_context;
     Listener &m_listener;
     const SenderRecord m_record;
     const Hello m_hello;
     const std::shared_ptr<MessageStream> m_stream;
     bool m_open = false;
+    bool m_isSilent = false; // since the deadline was set
+    std::unique_ptr<Inquiry> m_inquiry;
 };
 
 } // namespace localndi

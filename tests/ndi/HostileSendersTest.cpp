@@ -168,3 +168,26 @@ TEST_F(ReceiverUnderAttack, LeavesASenderWhoseMessagesHaveNoEnd)
     write(m_socket, std::string(bytesOf(endless)));
     EXPECT_TRUE(isClosedByPeer(m_socket));
 }
+
+TEST_F(ReceiverUnderAttack, LeavesASilentSenderThatHasLetGoOfItsPort)
+{
+    welcome();
+    write(m_socket, message(MessageType::Video, bytesOf(honestVideo())));
+    EXPECT_TRUE(gets(1));
+    m_registration.acceptor().close();
+    EXPECT_TRUE(isClosedByPeer(m_socket));
+}
+
+TEST_F(ReceiverUnderAttack, StaysWithASilentSenderThatAnswersAtItsPort)
+{
+    welcome();
+    write(m_socket, message(MessageType::Video, bytesOf(honestVideo())));
+    EXPECT_TRUE(gets(1));
+    for (int question = 0; question < 2; ++question) {
+        tcp::socket asker = m_registration.acceptor().accept();
+        readMessage(asker);
+        write(asker, message(MessageType::Welcome, bytesOf(Welcome{m_registration.record().signature})));
+        EXPECT_TRUE(isClosedByPeer(asker));
+    }
+    EXPECT_EQ(NDIlib_recv_get_no_connections(m_receiver), 1);
+}
