@@ -206,6 +206,13 @@ class Programs(unittest.TestCase):
             self.assertEqual(program.end(), -signal.SIGTERM)
             self.assertEqual(log.read_text(encoding="utf-8"), "ready\n")
 
+    def test_the_hosts_allocator_gives_back_unless_it_is_to_keep(self):
+        def room(**how):
+            return programs.Programs(pathlib.Path("build"), pathlib.Path("out"), 1, **how).host_environment
+
+        self.assertEqual(room()["MALLOC_ARENA_MAX"], "1")
+        self.assertEqual(room(allocator_keeps=True).get("MALLOC_ARENA_MAX"), os.environ.get("MALLOC_ARENA_MAX"))
+
     def test_a_folder_without_the_build_is_told(self):
         with tempfile.TemporaryDirectory() as folder:
             out = pathlib.Path(folder) / "out"

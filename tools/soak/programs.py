@@ -66,6 +66,10 @@ class Program:
         self.process.stdout.close()
         return self.process.returncode
 
+# What storms of metadata made it take, glibc's allocator keeps for most of an hour. Told to give back at once, it leaves
+# what the host holds.
+GIVING_BACK = {"MALLOC_ARENA_MAX": "1", "MALLOC_MMAP_THRESHOLD_": "65536", "MALLOC_TRIM_THRESHOLD_": "65536"}
+
 
 class Programs:
     """The programs of one build folder, with the local NDI runtime. Ends at last whatever it started and still runs.
@@ -73,7 +77,7 @@ class Programs:
     Senders and hosts get a time limit besides, so that nothing stays when the soak itself is killed.
     """
 
-    def __init__(self, build, logs, limit_seconds):
+    def __init__(self, build, logs, limit_seconds, allocator_keeps=False):
         self._build = build
         self._logs = logs
         self._limit = str(int(limit_seconds))
@@ -81,13 +85,15 @@ class Programs:
         self._environment = dict(os.environ)
         path = [str(build / "ndi-local"), self._environment.get("LD_LIBRARY_PATH", "")]
         self._environment["LD_LIBRARY_PATH"] = ":".join(part for part in path if part)
+        self.host_environment = self._environment if allocator_keeps else {**self._environment, **GIVING_BACK}
 
     def missing(self):
         """What the build folder lacks."""
         return [name for name in NEEDED if not (self._build / name).exists()]
 
-    def _start(self, log, program, *arguments):
-        started = Program([self._build / "bin" / program, *arguments], self._environment, self._logs / f"{log}.log")
+    def _start(self, log, program, *arguments, environment=None):
+        started = Program([self._build / "bin" / program, *arguments], environment or self._environment,
+                          self._logs / f"{log}.log")
         self._running = [running for running in self._running if running.code() is None]
         self._running.append(started)
         return started
@@ -95,7 +101,7 @@ class Programs:
     def host(self, scene, *arguments):
         # Its status lines would fill the log.
         return self._start("host", "tavrin-host", "--quiet", "--duration", self._limit, "--json",
-                           self._logs / "host.json", scene, *arguments)
+                           self._logs / "host.json", scene, *arguments, environment=self.host_environment)
 
     def sender(self, log, *arguments):
         return self._start(log, "ndi-send", "--quiet", "--duration", self._limit, *arguments)

@@ -30,6 +30,7 @@ def summary(record, minutes, since):
     judgements = verdict.judge(record.samples, since)
     return {
         "minutes": minutes,
+        "allocatorKeeps": record.allocator_keeps,
         "ended": record.ended,
         "flatFromMinute": since,
         "flat": verdict.is_flat(judgements),

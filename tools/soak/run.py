@@ -16,8 +16,9 @@ TICK_SECONDS = 0.2
 
 @dataclasses.dataclass
 class Record:
-    """What a run has found so far."""
+    """What a run has found so far, and how it was made."""
 
+    allocator_keeps: bool = False
     samples: list = dataclasses.field(default_factory=list)  # dictionaries of figures by key, with "minute"
     disturbances: list = dataclasses.field(default_factory=list)  # minute, kind, detail
     failures: list = dataclasses.field(default_factory=list)  # sentences
@@ -30,7 +31,7 @@ class Run:
 
     def __init__(self, programs, options, folder, scene, name):
         first, second, out = f"{name} A", f"{name} B", f"{name} out"
-        self.record = Record()
+        self.record = Record(options.allocator_keeps)
         self._options = options
         self._senders = disturbances.Senders(programs, first, second, folder)
         self._schedule = disturbances.schedule(self._senders)
