@@ -15,7 +15,8 @@ using std::chrono::nanoseconds;
 constexpr nanoseconds longestDelay = milliseconds(500);
 constexpr nanoseconds longestWait = std::chrono::seconds(10); // whatever rate a caller names
 constexpr nanoseconds gainPeriod = std::chrono::seconds(1);
-constexpr nanoseconds gainInAPeriod = milliseconds(20); // two percent, which no receiver takes for a burst
+constexpr int fiftieth = 50;                                           // of its duration each frame may gain
+constexpr nanoseconds driftInAPeriod = std::chrono::microseconds(200); // more than two clocks of crystal drift apart
 
 } // namespace
 
@@ -35,10 +36,11 @@ nanoseconds Pacer::turn(nanoseconds now, std::int64_t units, std::int64_t rate)
     else if (early < -longestDelay)
         restart(now, now - longestDelay);
     else
-        gain(now, early);
-    const nanoseconds delay = nanoseconds(m_due.position()) - now;
+        look(now, early);
+    const nanoseconds due(m_due.position());
     m_due.advance(units, rate);
-    return std::max(delay, nanoseconds::zero());
+    gain((nanoseconds(m_due.position()) - due) / fiftieth);
+    return std::max(due - now, nanoseconds::zero());
 }
 
 void Pacer::restart(nanoseconds now, nanoseconds due)
@@ -46,20 +48,31 @@ void Pacer::restart(nanoseconds now, nanoseconds due)
     m_due.restart(due.count());
     m_started = true;
     m_lookedAt = now;
-    m_mostEarly = m_gained = nanoseconds::zero();
+    m_mostEarly = m_toGain = m_gained = nanoseconds::zero();
 }
 
-// A live caller of which even the one that came earliest did not have to wait finds the schedule early enough.
-void Pacer::gain(nanoseconds now, nanoseconds early)
+// Of a live caller even the frame that comes earliest need not wait. What a caller gains because its clock is the
+// faster one does not count.
+void Pacer::look(nanoseconds now, nanoseconds early)
 {
     m_mostEarly = std::max(m_mostEarly, early);
     if (now - m_lookedAt < gainPeriod)
         return;
-    const nanoseconds gained = std::min({m_mostEarly, gainInAPeriod, longestDelay - m_gained});
-    m_due.restart(m_due.position() - gained.count());
-    m_gained += gained;
+    m_gained = std::max(m_gained - driftInAPeriod, nanoseconds::zero());
+    m_toGain = std::min(m_mostEarly, longestDelay - m_gained);
     m_lookedAt = now;
     m_mostEarly = nanoseconds::zero();
+}
+
+void Pacer::gain(nanoseconds most)
+{
+    const nanoseconds gained = std::min(most, m_toGain);
+    if (gained <= nanoseconds::zero())
+        return;
+    m_due.restart(m_due.position() - gained.count());
+    m_toGain -= gained;
+    m_gained += gained;
+    m_mostEarly -= gained;
 }
 
 } // namespace localndi

@@ -12,10 +12,10 @@ namespace localndi
 // its time.
 //
 // Who sends live comes at its own times, at that rate too, and what piles up in front of the pacer would stay there for
-// good. So a caller that is late is let through at once until it has made up for it. And one that has to wait all the
-// time, because its first frame came late and the schedule with it, is let through a little faster than its rate, until
-// it waits no longer. Either is limited to half a second in all, so that a caller that sends as fast as it may, which
-// looks like one with a backlog, does not race.
+// good. So a caller that is late is let through at once until it has made up for it. And one whose frames have to wait,
+// because its first one came late and the schedule with it, is let through a fiftieth faster than its rate, until none
+// of them waits. Either is limited to half a second, so that a caller that sends as fast as it may, which looks like
+// one with a backlog, does not race.
 //
 // Threads: one at a time; wait() blocks it.
 class Pacer
@@ -31,12 +31,14 @@ private:
     using Nanoseconds = std::chrono::nanoseconds;
 
     void restart(Nanoseconds now, Nanoseconds due);
-    void gain(Nanoseconds now, Nanoseconds early);
+    void look(Nanoseconds now, Nanoseconds early);
+    void gain(Nanoseconds most);
 
     EvenSteps m_due{std::nano::den}; // since the steady clock's epoch
     bool m_started = false;
-    Nanoseconds m_lookedAt{};  // when gain() last decided
+    Nanoseconds m_lookedAt{};  // when look() last decided
     Nanoseconds m_mostEarly{}; // since then
+    Nanoseconds m_toGain{};    // in the frames to come
     Nanoseconds m_gained{};    // by which the schedule is earlier than it began
 };
 

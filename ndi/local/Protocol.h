@@ -33,7 +33,11 @@ struct MessageHeader {
     std::uint32_t bodySize;
 };
 
-enum class Role : std::uint32_t { Finder, Receiver };
+enum class Role : std::uint32_t {
+    Finder,
+    Receiver,
+    Inquirer, // goes when it is welcome: who asks has a connection already
+};
 
 // The kinds of frames a receiver wants; bits.
 enum Kinds : std::uint32_t { kindVideo = 1, kindAudio = 2, kindMetadata = 4 };

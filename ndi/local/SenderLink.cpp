@@ -8,7 +8,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds handshakeTime{1000};
-constexpr std::chrono::milliseconds silenceTime{2000};
+constexpr std::chrono::milliseconds silenceTime{1000};
 constexpr std::size_t bodyLimit = maximumMetadata + sizeof(MetadataHeader);
 
 } // namespace
@@ -17,7 +17,9 @@ constexpr std::size_t bodyLimit = maximumMetadata + sizeof(MetadataHeader);
 class SenderLink::Inquiry final : private SenderLink::Listener
 {
 public:
-    explicit Inquiry(SenderLink &link) : m_asker(link), m_link(link.m_context, *this, link.m_record, Role::Finder, 0) {}
+    explicit Inquiry(SenderLink &link) : m_asker(link), m_link(link.m_context, *this, link.m_record, Role::Inquirer, 0)
+    {
+    }
 
 private:
     void onOpen(SenderLink &) override { m_asker.inquired(End::Closed); }
@@ -65,19 +67,25 @@ void SenderLink::welcomed(MessageType type, std::string_view body)
         m_listener.onEnd(*this, End::Impostor);
         return;
     }
-    m_stream->setDeadline(silenceTime);
     m_open = true;
+    listen();
     m_listener.onOpen(*this);
+}
+
+void SenderLink::listen()
+{
+    m_isSilent = true;
+    m_stream->setDeadline(silenceTime);
 }
 
 bool SenderLink::onDeadline()
 {
     if (!m_open)
         return true;
-    if (std::exchange(m_isSilent, true))
+    if (m_isSilent)
         m_inquiry = std::make_unique<Inquiry>(*this);
     else
-        m_stream->setDeadline(silenceTime);
+        listen();
     return false;
 }
 
@@ -89,12 +97,13 @@ void SenderLink::inquired(End end)
         m_stream->close();
         m_listener.onEnd(*this, End::Closed);
     } else {
-        m_stream->setDeadline(silenceTime);
+        listen();
     }
 }
 
 void SenderLink::onEnd(MessageStream::End end)
 {
+    m_inquiry.reset();
     switch (end) {
     case MessageStream::End::Refused:
         m_listener.onEnd(*this, End::Refused);

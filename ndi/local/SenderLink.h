@@ -55,6 +55,7 @@ private:
     void onMessage(MessageType type, std::string_view body) override;
     bool onDeadline() override;
     void onEnd(MessageStream::End end) override;
+    void listen();
     void inquired(End end);
     void welcomed(MessageType type, std::string_view body);
 

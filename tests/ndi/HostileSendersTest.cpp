@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <functional>
 #include <memory>
+#include <utility>
+#include <vector>
 
 using namespace localndi;
 using namespace ndi_test;
@@ -28,8 +30,7 @@ protected:
         settings.color_format = NDIlib_recv_color_format_fastest;
         m_receiver = NDIlib_recv_create_v2(&settings);
         m_memory = FrameMemory::create(m_file, 65536);
-        while (!acceptReceiver()) {
-        }
+        m_socket = meet(Role::Receiver);
     }
     ~ReceiverUnderAttack() override
     {
@@ -38,20 +39,26 @@ protected:
         std::filesystem::remove(m_file);
     }
 
-    // False for a finder, which may look at every sender of the machine.
-    bool acceptReceiver()
+    // Waits for one of that role. Finders of the machine may look at every sender: hung up on, they would take this one
+    // for dead and remove its files.
+    tcp::socket meet(Role role)
     {
-        m_socket = m_registration.acceptor().accept();
-        char bytes[sizeof(MessageHeader) + sizeof(Hello)] = {};
-        boost::system::error_code error;
-        boost::asio::read(m_socket, boost::asio::buffer(bytes), error);
-        const auto hello = readRecord<Hello>({bytes + sizeof(MessageHeader), sizeof(Hello)});
-        return !error && hello->role == Role::Receiver;
+        for (;;) {
+            tcp::socket socket = m_registration.acceptor().accept();
+            char bytes[sizeof(MessageHeader) + sizeof(Hello)] = {};
+            boost::system::error_code error;
+            boost::asio::read(socket, boost::asio::buffer(bytes), error);
+            const auto hello = readRecord<Hello>({bytes + sizeof(MessageHeader), sizeof(Hello)});
+            if (!error && hello->role == role)
+                return socket;
+            m_strangers.push_back(std::move(socket));
+        }
     }
 
-    void welcome()
+    void welcome() { welcome(m_socket); }
+    void welcome(tcp::socket &socket)
     {
-        write(m_socket, message(MessageType::Welcome, bytesOf(Welcome{m_registration.record().signature})));
+        write(socket, message(MessageType::Welcome, bytesOf(Welcome{m_registration.record().signature})));
     }
 
     static VideoAnnouncement honestVideo()
@@ -84,6 +91,7 @@ protected:
         m_registration.registry().frameFile(m_registration.record().fileStem(), SlotKind::Video, 0, 1);
     std::shared_ptr<FrameMemory> m_memory;
     tcp::socket m_socket{m_context};
+    std::vector<tcp::socket> m_strangers;
     NDIlib_recv_instance_t m_receiver = nullptr;
 };
 
@@ -184,9 +192,8 @@ TEST_F(ReceiverUnderAttack, StaysWithASilentSenderThatAnswersAtItsPort)
     write(m_socket, message(MessageType::Video, bytesOf(honestVideo())));
     EXPECT_TRUE(gets(1));
     for (int question = 0; question < 2; ++question) {
-        tcp::socket asker = m_registration.acceptor().accept();
-        readMessage(asker);
-        write(asker, message(MessageType::Welcome, bytesOf(Welcome{m_registration.record().signature})));
+        tcp::socket asker = meet(Role::Inquirer);
+        welcome(asker);
         EXPECT_TRUE(isClosedByPeer(asker));
     }
     EXPECT_EQ(NDIlib_recv_get_no_connections(m_receiver), 1);
