@@ -88,14 +88,19 @@ public:
 
     HRESULT push(Item item)
     {
+        size_t index = 0;
         {
             const std::lock_guard<std::mutex> lock(m_mutex);
+            index = m_items.size();
             m_items.pushBack(std::move(item));
             if (m_underWay)
                 return S_OK;
             m_underWay = shared_from_this();
         }
-        return putStep();
+        const HRESULT hr = putStep();
+        if (FAILED(hr))
+            takeBack(index);
+        return hr;
     }
 
 private:
@@ -116,22 +121,15 @@ private:
     };
 
     // Without the lock, for the thread that this wakes takes it first thing.
-    HRESULT putStep()
-    {
-        const HRESULT hr = MFPutWorkItem2(m_workQueue, m_priority, m_step, nullptr);
-        if (FAILED(hr))
-            dropItems();
-        return hr;
-    }
+    HRESULT putStep() { return MFPutWorkItem2(m_workQueue, m_priority, m_step, nullptr); }
 
-    // What cannot run must not keep alive what it holds.
-    void dropItems()
+    // The item of a push that failed. What others have pushed meanwhile was accepted, and waits for the next push.
+    void takeBack(size_t index)
     {
-        // Let go of without the lock.
-        RingBuffer<Item> dropped;
-        std::shared_ptr<Impl> self;
+        Item refused;
+        std::shared_ptr<Impl> self; // both go after the lock
         const std::lock_guard<std::mutex> lock(m_mutex);
-        std::swap(dropped, m_items);
+        refused = m_items.take(index);
         std::swap(self, m_underWay);
     }
 
@@ -147,8 +145,14 @@ private:
             }
         }
         const HRESULT hr = putStep();
-        if (FAILED(hr))
-            qCWarning(multimediaLog, "Queued functions were dropped (HR=0x%X)", static_cast<unsigned>(hr));
+        if (SUCCEEDED(hr))
+            return;
+        {
+            std::shared_ptr<Impl> self;
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            std::swap(self, m_underWay);
+        }
+        qCWarning(multimediaLog, "Queued functions wait until another is queued (HR=0x%X)", static_cast<unsigned>(hr));
     }
 
     Item takeFirst()

@@ -31,6 +31,15 @@ public:
         --m_count;
         return value;
     }
+    // Counted from the front; those behind it move up.
+    T take(size_t index)
+    {
+        T value = std::exchange((*this)[index], T());
+        for (; index + 1 < m_count; ++index)
+            std::swap((*this)[index], (*this)[index + 1]);
+        --m_count;
+        return value;
+    }
     void popBack()
     {
         back() = T();

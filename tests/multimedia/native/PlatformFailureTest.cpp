@@ -98,21 +98,24 @@ TEST(MessageQueueWhoseItemsAreRefused, TellsOfItAndLetsTheFunctionGo)
     EXPECT_EQ(ran.count(), 0U);
 }
 
-TEST(MessageQueueWhoseItemsAreRefused, LetsGoOfWhatWaits_WhenItCannotGoOn)
+TEST(MessageQueueWhoseItemsAreRefused, RunsWhatItHadAcceptedOnceMoreIsPushed)
 {
     LogCapture log;
     Recorded<int> ran;
     Gate proceed;
-    WatchedFunction waiting(ran, 1);
     const tvx::MFMessageQueue queue(tvx::MFMessageQueue::Type::Serial, 0);
     queue.push([&proceed] { return proceed.wait() ? S_OK : E_FAIL; });
-    ASSERT_EQ(queue.push(std::exchange(waiting.function, {})), S_OK);
-    const FailingQueues failing(E_ACCESSDENIED);
-    proceed.open();
-    EXPECT_TRUE(
-        log.waitFor(QtWarningMsg, "Multimedia", QStringLiteral("Queued functions were dropped (HR=0x80070005)")));
-    EXPECT_TRUE(waiting.kept.expired());
-    EXPECT_EQ(ran.count(), 0U);
+    ASSERT_EQ(queue.push(WatchedFunction(ran, 1).function), S_OK);
+    {
+        const FailingQueues failing(E_ACCESSDENIED);
+        proceed.open();
+        EXPECT_TRUE(log.waitFor(QtWarningMsg, "Multimedia",
+                                QStringLiteral("Queued functions wait until another is queued (HR=0x80070005)")));
+        EXPECT_EQ(queue.push(WatchedFunction(ran, 2).function), E_ACCESSDENIED);
+    }
+    EXPECT_EQ(queue.push(WatchedFunction(ran, 3).function), S_OK);
+    EXPECT_TRUE(ran.waitForCount(2));
+    EXPECT_EQ(ran.values(), (std::vector<int>{1, 3}));
 }
 
 TEST(MessageQueueWhoseItemsAreRefused, RunsWhatIsPushedOnceTheyAreTakenAgain)
