@@ -1,7 +1,7 @@
 #include "host/pipeline/EventPump.h"
 
+#include "host/pipeline/AsyncCallback.h"
 #include "host/pipeline/ComFactory.h"
-#include "hostfw/CUnknown.h"
 
 #include <memory>
 #include <mutex>
@@ -10,25 +10,15 @@
 namespace host
 {
 
-class EventPumpCallback : public IMFAsyncCallback, public CUnknown
+class EventPumpCallback : public AsyncCallback
 {
 public:
     EventPumpCallback(IMFMediaEventGenerator *generator, EventPump::Handler handler)
-        : CUnknown(L"EventPumpCallback", nullptr),
+        : AsyncCallback(L"EventPumpCallback", nullptr),
           m_target(generator, std::make_shared<EventPump::Handler>(std::move(handler)))
     {
     }
 
-    DECLARE_IUNKNOWN
-    HRESULT STDMETHODCALLTYPE NonDelegatingQueryInterface(REFIID iid, void **out) override
-    {
-        if (out && IsEqualIID(iid, __uuidof(IMFAsyncCallback)))
-            return GetInterface(static_cast<IMFAsyncCallback *>(this), out);
-        return CUnknown::NonDelegatingQueryInterface(iid, out);
-    }
-
-    // IMFAsyncCallback
-    HRESULT STDMETHODCALLTYPE GetParameters(DWORD *, DWORD *) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *result) override
     {
         const auto [generator, handler] = current();

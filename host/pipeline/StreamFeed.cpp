@@ -1,8 +1,8 @@
 #include "host/pipeline/StreamFeed.h"
 
 #include "host/pipeline/EventValue.h"
+#include "host/pipeline/Later.h"
 #include "host/pipeline/SinkPort.h"
-#include "pattern/PatternCode.h"
 
 #include <mferror.h>
 
@@ -42,6 +42,7 @@ void StreamFeed::close()
         m_closed = true;
         m_pump.stop();
         m_stream.Release();
+        m_waiting.Release();
     }
     detach();
 }
@@ -130,6 +131,7 @@ void StreamFeed::onEvent(MediaEventType type, IMFMediaEvent *event)
             const std::lock_guard<std::mutex> guard(m_lock);
             m_running = true;
             m_backlog = StartBacklog();
+            m_waiting.Release();
         }
         return ask();
     }
@@ -158,19 +160,68 @@ void StreamFeed::onEvent(MediaEventType type, IMFMediaEvent *event)
 void StreamFeed::onSample(IMFMediaEvent *event)
 {
     const CComPtr<IMFSample> sample = eventObject<IMFSample>(event);
-    std::shared_ptr<SinkPort> sink;
+    LONGLONG duration = 0;
+    if (m_live && sample)
+        sample->GetSampleDuration(&duration);
+    bool isBacklog = false;
     {
-        const std::lock_guard<std::mutex> guard(m_lock);
-        if (m_asked > 0)
-            --m_asked;
-        const bool isOld = wasWaiting(sample);
-        // Together, lest ask() takes the sink for waiting for one more in between.
-        if (!isOld && m_port && m_port->takeRequest())
-            sink = m_port;
+        const std::lock_guard<std::mutex> order(m_order);
+        std::shared_ptr<SinkPort> sink;
+        {
+            const std::lock_guard<std::mutex> guard(m_lock);
+            if (m_asked > 0)
+                --m_asked;
+            m_waiting.Release();
+            isBacklog = m_live && m_backlog.contains(HnsTime::systemTime(), duration);
+            if (isBacklog)
+                m_waiting = sample;
+            else
+                sink = waitingSink(); // under this lock, lest ask() takes the sink for waiting for one more in between
+        }
+        handOver(sink, sample);
     }
+    if (isBacklog)
+        handOverLater(sample, duration / 2);
+    ask();
+}
+
+// The last of a backlog is what there is to be seen and heard until more comes.
+void StreamFeed::handOverLater(const CComPtr<IMFSample> &sample, const HnsTime &delay)
+{
+    const auto milliseconds = static_cast<unsigned>(delay.toMilliseconds() + 1);
+    runLater(milliseconds, [weak = weak_from_this(), sample] {
+        if (const std::shared_ptr<StreamFeed> feed = weak.lock())
+            feed->handOverWaiting(sample);
+    });
+}
+
+void StreamFeed::handOverWaiting(IMFSample *only)
+{
+    {
+        CComPtr<IMFSample> sample;
+        const std::lock_guard<std::mutex> order(m_order);
+        std::shared_ptr<SinkPort> sink;
+        {
+            const std::lock_guard<std::mutex> guard(m_lock);
+            if (!m_waiting || (only && m_waiting != only))
+                return;
+            sample.Attach(m_waiting.Detach());
+            sink = waitingSink();
+        }
+        handOver(sink, sample);
+    }
+    ask();
+}
+
+void StreamFeed::handOver(const std::shared_ptr<SinkPort> &sink, IMFSample *sample)
+{
     if (sink && sample && sink->deliver(*this, sample) == S_OK)
         ++m_delivered;
-    ask();
+}
+
+std::shared_ptr<SinkPort> StreamFeed::waitingSink() const
+{
+    return m_port && m_port->takeRequest() ? m_port : nullptr;
 }
 
 void StreamFeed::onTypeChanged(IMFMediaEvent *event)
@@ -178,6 +229,7 @@ void StreamFeed::onTypeChanged(IMFMediaEvent *event)
     const CComPtr<IMFMediaType> type = eventObject<IMFMediaType>(event);
     if (!type)
         return m_callbacks.failed(MF_E_INVALIDMEDIATYPE);
+    handOverWaiting();
     std::shared_ptr<SinkPort> sink;
     {
         const std::lock_guard<std::mutex> guard(m_lock);
@@ -195,6 +247,7 @@ void StreamFeed::onTypeChanged(IMFMediaEvent *event)
 void StreamFeed::onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker)
 {
     const EventValue value(event);
+    handOverWaiting();
     if (const std::shared_ptr<SinkPort> sink = port())
         sink->placeMarker(*this, marker, &value.get());
 }
@@ -204,14 +257,6 @@ unsigned StreamFeed::wanted() const
     if (m_port && (m_port->isStarted() || !m_live))
         return m_port->wanted();
     return 1;
-}
-
-bool StreamFeed::wasWaiting(IMFSample *sample)
-{
-    LONGLONG duration = 0;
-    if (!m_live || !sample || FAILED(sample->GetSampleDuration(&duration)))
-        return false;
-    return m_backlog.contains(static_cast<long long>(pattern::steadyNowHns()), duration);
 }
 
 std::shared_ptr<SinkPort> StreamFeed::port() const

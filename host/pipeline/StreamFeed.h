@@ -20,8 +20,8 @@ class SinkPort;
 // them.
 //
 // A stream whose sink is not there is drained, one sample at a time, and a live one also while its sink does not run: a
-// live source captures all its streams at once, and what nobody takes would pile up in it. What had piled up when the
-// stream was started goes nowhere either.
+// live source captures all its streams at once, and what nobody takes would pile up in it. Of what had piled up when
+// the stream was started the sink gets the last alone, when nothing follows it.
 //
 // attach() and detach() belong to the graph's thread, everything else runs on work queue threads, the callbacks too.
 class StreamFeed : public std::enable_shared_from_this<StreamFeed>
@@ -66,13 +66,20 @@ private:
     void onTypeChanged(IMFMediaEvent *event);
     void onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker);
     std::shared_ptr<SinkPort> port() const;
+    void handOverLater(const CComPtr<IMFSample> &sample, const HnsTime &delay);
+    // The last of the backlog, if there is one and, where one is named, it is that one.
+    void handOverWaiting(IMFSample *only = nullptr);
+    // This needs m_order held.
+    void handOver(const std::shared_ptr<SinkPort> &sink, IMFSample *sample);
     // These need m_lock held.
     unsigned wanted() const;
-    bool wasWaiting(IMFSample *sample);
+    // The sink, if it waits for a sample; from then on for one less.
+    std::shared_ptr<SinkPort> waitingSink() const;
 
     const bool m_live;
     const Callbacks m_callbacks;
     std::atomic<unsigned long long> m_delivered{0};
+    std::mutex m_order;        // held while samples are chosen and handed over; taken before m_lock
     mutable std::mutex m_lock; // guards what follows; not held while sinks are called or streams asked for samples
     EventPump m_pump;
     bool m_closed = false;
@@ -82,6 +89,7 @@ private:
     unsigned m_asked = 0;   // requests that the stream has not answered yet
     bool m_running = false; // from the stream's start to its end
     StartBacklog m_backlog;
+    CComPtr<IMFSample> m_waiting; // the last of the backlog, as long as nothing has followed it
 };
 
 } // namespace host

@@ -13,6 +13,7 @@ namespace
 {
 
 constexpr LONGLONG Hour = 36000000000;
+constexpr LONGLONG Instant = 10000; // a millisecond
 
 // One feed between a stream and a sink that counts.
 class StreamFeedTest : public testing::Test
@@ -116,6 +117,28 @@ TEST_F(StreamFeedTest, LeavesOutWhatALiveStreamHadWaitingWhenItWasStarted)
     EXPECT_EQ(m_sink->samples, 0);
     EXPECT_EQ(m_port->wanted(), 1U);
     sendSample(0);
+    EXPECT_EQ(m_sink->samples, 1);
+}
+
+TEST_F(StreamFeedTest, HandsTheLastOfABacklogOverWhenNothingFollows)
+{
+    connect(true);
+    startSink();
+    startStream();
+    sendSample(Hour);
+    sendSample(Instant);
+    EXPECT_TRUE(waitUntil([this] { return m_sink->samples == 1; }));
+    EXPECT_EQ(m_port->wanted(), 0U);
+}
+
+TEST_F(StreamFeedTest, HandsTheLastOfABacklogOverBeforeTheStreamsEnd)
+{
+    connect(true);
+    startSink();
+    startStream();
+    sendSample(Hour);
+    m_stream->tell(MEEndOfStream);
+    settle();
     EXPECT_EQ(m_sink->samples, 1);
 }
 

@@ -1,0 +1,42 @@
+#include "host/pipeline/Later.h"
+
+#include "host/pipeline/AsyncCallback.h"
+#include "host/pipeline/ComFactory.h"
+
+#include <mfapi.h>
+
+#include <utility>
+
+namespace host
+{
+
+namespace
+{
+
+class LaterCallback final : public AsyncCallback
+{
+public:
+    explicit LaterCallback(std::function<void()> function)
+        : AsyncCallback(L"LaterCallback", nullptr), m_function(std::move(function))
+    {
+    }
+
+    HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *) override
+    {
+        m_function();
+        return S_OK;
+    }
+
+private:
+    const std::function<void()> m_function;
+};
+
+} // namespace
+
+HRESULT runLater(unsigned milliseconds, std::function<void()> function)
+{
+    const auto callback = createObject<LaterCallback>(std::move(function));
+    return callback ? MFScheduleWorkItem(callback, nullptr, -static_cast<INT64>(milliseconds), nullptr) : E_OUTOFMEMORY;
+}
+
+} // namespace host
