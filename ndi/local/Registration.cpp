@@ -25,16 +25,20 @@ constexpr std::chrono::milliseconds probeTime{250};
 class Probe : private SenderLink::Listener
 {
 public:
-    // A sender that listens and does not answer in time counts as alive: it may only be stopped.
+    // A sender that listens and does not answer in time counts as alive while its process is: it may only be stopped.
     bool isAlive(const SenderRecord &record)
     {
         const SenderLink link(m_context, *this, record, Role::Finder, 0);
         m_context.run_for(probeTime);
-        return m_alive;
+        return m_answers || (m_alive && system::isRunning(record.processId));
     }
 
 private:
-    void onOpen(SenderLink &) override { m_context.stop(); }
+    void onOpen(SenderLink &) override
+    {
+        m_answers = true;
+        m_context.stop();
+    }
     void onMessage(SenderLink &, MessageType, std::string_view) override {}
     void onEnd(SenderLink &, SenderLink::End end) override
     {
@@ -42,6 +46,7 @@ private:
     }
 
     boost::asio::io_context m_context;
+    bool m_answers = false;
     bool m_alive = true;
 };
 

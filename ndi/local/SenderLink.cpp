@@ -1,5 +1,7 @@
 #include "ndi/local/SenderLink.h"
 
+#include "ndi/local/System.h"
+
 #include <utility>
 
 namespace localndi
@@ -115,7 +117,7 @@ void SenderLink::onEnd(MessageStream::End end)
         m_listener.onEnd(*this, m_open ? End::Closed : End::Impostor);
         break;
     case MessageStream::End::TimedOut:
-        m_listener.onEnd(*this, End::TimedOut);
+        m_listener.onEnd(*this, system::isRunning(m_record.processId) ? End::TimedOut : End::Refused);
         break;
     }
 }

@@ -18,7 +18,7 @@ class SenderLink final : private MessageStream::Listener
 {
 public:
     enum class End {
-        Refused,  // nobody listens on the sender's port: its record is stale
+        Refused,  // nobody listens on the sender's port, or nobody answers and its process is gone: its record is stale
         Impostor, // whoever listens there is not that sender
         Failed,   // no connection, for a reason that says nothing about the sender
         Closed,

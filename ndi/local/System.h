@@ -33,5 +33,7 @@ void keepFromChildren(boost::asio::ip::tcp::socket &socket);
 void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor);
 
 std::uint32_t processId();
+// False only when there is no such process.
+bool isRunning(std::uint32_t processId);
 
 } // namespace localndi::system

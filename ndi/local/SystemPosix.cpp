@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -105,6 +106,11 @@ void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor)
 std::uint32_t processId()
 {
     return static_cast<std::uint32_t>(getpid());
+}
+
+bool isRunning(std::uint32_t processId)
+{
+    return kill(static_cast<pid_t>(processId), 0) == 0 || errno != ESRCH;
 }
 
 } // namespace localndi::system

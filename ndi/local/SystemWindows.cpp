@@ -99,4 +99,14 @@ std::uint32_t processId()
     return GetCurrentProcessId();
 }
 
+bool isRunning(std::uint32_t processId)
+{
+    const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, processId);
+    if (process == nullptr)
+        return GetLastError() != ERROR_INVALID_PARAMETER;
+    const bool ended = WaitForSingleObject(process, 0) == WAIT_OBJECT_0; // while somebody has a handle of it
+    CloseHandle(process);
+    return !ended;
+}
+
 } // namespace localndi::system

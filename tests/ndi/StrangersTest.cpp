@@ -1,3 +1,4 @@
+#include "ndi/local/System.h"
 #include "tests/ndi/RawPeer.h"
 
 #include <boost/asio/buffer.hpp>
@@ -24,6 +25,8 @@ bool isListed(const SenderRecord &wanted)
                        [&](const SenderRecord &record) { return record.identity == wanted.identity; });
 }
 
+constexpr std::uint32_t noProcess = 0x7ffffffc; // beyond what systems number
+
 struct DestroyFinder {
     void operator()(NDIlib_find_instance_t finder) const { NDIlib_find_destroy(finder); }
 };
@@ -44,10 +47,12 @@ Receiver receiverOf(const std::string &name)
 class Port
 {
 public:
-    Port(boost::asio::io_context &context, const std::string &name, bool hangsUp)
+    Port(boost::asio::io_context &context, const std::string &name, bool hangsUp,
+         std::uint32_t processId = system::processId())
         : m_acceptor(context, {boost::asio::ip::address_v4::loopback(), 0}), m_hangsUp(hangsUp)
     {
         m_record.name = name;
+        m_record.processId = processId;
         m_record.port = m_acceptor.local_endpoint().port();
         m_record.identity = makeSecret();
         m_record.password = makeSecret();
@@ -132,6 +137,14 @@ TEST_F(Strangers, OnAPortEndItsRecordWhenAReceiverLooks)
 {
     const Port port(m_context, m_name, true);
     const auto receiver = receiverOf(m_name);
+    EXPECT_TRUE(runUntil([&] { return !isListed(port.record()); }));
+}
+
+TEST_F(Strangers, ThatSayNothingEndTheRecordOfAProcessThatIsGone)
+{
+    const Port port(m_context, m_name, false, noProcess);
+    const NDIlib_find_create_t settings;
+    const Finder finder(NDIlib_find_create_v2(&settings));
     EXPECT_TRUE(runUntil([&] { return !isListed(port.record()); }));
 }
 
