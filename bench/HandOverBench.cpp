@@ -66,8 +66,9 @@ private:
     std::thread m_thread;
 };
 
-// How long the one that wakes is kept.
-void notifyThread(benchmark::State &state)
+enum class Measured { Caller, Woken };
+
+void handOver(benchmark::State &state, Measured measured)
 {
     Sleeper sleeper;
     bench::Rounds rounds(state, state.range(0));
@@ -76,23 +77,22 @@ void notifyThread(benchmark::State &state)
         rounds.wait();
         const Clock::time_point begin = Clock::now();
         sleeper.wake();
-        rounds.add(Clock::now() - begin);
-        sleeper.waitForRun();
+        const Clock::time_point back = Clock::now();
+        const Clock::time_point ran = sleeper.waitForRun();
+        rounds.add((measured == Measured::Caller ? back : ran) - begin);
     }
+}
+
+// How long the one that wakes is kept.
+void notifyThread(benchmark::State &state)
+{
+    handOver(state, Measured::Caller);
 }
 
 // How long it takes until the one that is woken runs.
 void wakeThread(benchmark::State &state)
 {
-    Sleeper sleeper;
-    bench::Rounds rounds(state, state.range(0));
-    for (auto unused : state) {
-        static_cast<void>(unused);
-        rounds.wait();
-        const Clock::time_point begin = Clock::now();
-        sleeper.wake();
-        rounds.add(sleeper.waitForRun() - begin);
-    }
+    handOver(state, Measured::Woken);
 }
 
 BENCHMARK(notifyThread)->Apply(bench::busy);

@@ -8,9 +8,18 @@
 namespace bench
 {
 
+struct PictureSize {
+    std::int64_t width;
+    std::int64_t height;
+};
+
+constexpr PictureSize PictureSizes[] = {{1920, 1080}, {3840, 2160}};
+
 inline void pictureSizes(benchmark::internal::Benchmark *benchmark)
 {
-    benchmark->ArgNames({"w", "h"})->Args({1920, 1080})->Args({3840, 2160});
+    benchmark->ArgNames({"w", "h"});
+    for (const PictureSize &size : PictureSizes)
+        benchmark->Args({size.width, size.height});
 }
 
 // Memory that has been written to, so that no page is touched for the first time while the clock runs, with contents

@@ -1,5 +1,7 @@
 #include "bench/Rounds.h"
 
+#include "bench/PictureSizes.h"
+
 #include <algorithm>
 #include <thread>
 
@@ -13,7 +15,10 @@ constexpr std::int64_t PacedSeconds = 3;
 
 benchmark::internal::Benchmark *withPictures(benchmark::internal::Benchmark *benchmark, std::int64_t pace)
 {
-    return benchmark->ArgNames({"w", "h", "fps"})->Args({1920, 1080, pace})->Args({3840, 2160, pace});
+    benchmark->ArgNames({"w", "h", "fps"});
+    for (const PictureSize &size : PictureSizes)
+        benchmark->Args({size.width, size.height, pace});
+    return benchmark;
 }
 
 } // namespace

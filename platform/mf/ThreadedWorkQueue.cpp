@@ -65,10 +65,10 @@ void ThreadedWorkQueue::work(State &state)
         --state.idle;
         if (state.items.empty())
             break;
-        const WorkItem item = state.items.pop();
+        const WorkItem item = state.items.pop(); // perhaps the last reference to much: it goes without the lock
         lock.unlock();
         item.run();
-    }                   // the result may be the last reference to much; it goes without the lock
+    }
     state.turns.post(); // for the next thread to end
 }
 

@@ -76,6 +76,7 @@ private:
 class ScriptedMediaSource final : public CBaseSource
 {
 public:
+    // Not live: each of its samples counts.
     explicit ScriptedMediaSource(HRESULT &hr) : CBaseSource(hr, 0) {}
 
     DECLARE_IUNKNOWN
