@@ -22,7 +22,7 @@ constexpr char frameSuffix[] = ".frame";
 constexpr std::size_t maximumRecordFile = 16384; // bytes
 constexpr std::chrono::milliseconds lockPollPeriod{1};
 constexpr std::chrono::milliseconds dropLockTime{20};
-constexpr std::chrono::milliseconds replaceTime{1000};
+constexpr std::chrono::milliseconds readTime{1000};
 constexpr std::chrono::seconds orphanAge{10};
 
 // One per process, because a file lock is.
@@ -62,12 +62,14 @@ bool isOld(const fs::path &file)
     return !error && fs::file_time_type::clock::now() - written > orphanAge;
 }
 
-// A system may refuse to replace a file that somebody has open. Whoever reads a record is soon through with it.
-bool replaceFile(const fs::path &draft, const fs::path &file)
+// A system may refuse to replace or remove a file that somebody has open. Whoever reads a record is soon through with
+// it.
+template <typename Change>
+bool changeWhenRead(const Change &change)
 {
-    const auto deadline = std::chrono::steady_clock::now() + replaceTime;
+    const auto deadline = std::chrono::steady_clock::now() + readTime;
     std::error_code error;
-    for (fs::rename(draft, file, error); error; fs::rename(draft, file, error)) {
+    for (change(error); error; change(error)) {
         if (std::chrono::steady_clock::now() >= deadline)
             return false;
         std::this_thread::sleep_for(lockPollPeriod);
@@ -148,7 +150,7 @@ bool Registry::publish(const Lock &lock, const SenderRecord &record) const
     const auto bytes = serialise(record);
     output.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     output.close();
-    if (output && replaceFile(draft, file))
+    if (output && changeWhenRead([&](std::error_code &error) { fs::rename(draft, file, error); }))
         return true;
     removeFile(draft);
     return false;
@@ -156,7 +158,8 @@ bool Registry::publish(const Lock &lock, const SenderRecord &record) const
 
 void Registry::withdraw(const SenderRecord &record) const
 {
-    removeFile(recordFile(record.port));
+    const auto file = recordFile(record.port);
+    changeWhenRead([&](std::error_code &error) { fs::remove(file, error); });
 }
 
 bool Registry::dropStale(const SenderRecord &record) const

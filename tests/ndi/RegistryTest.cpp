@@ -40,6 +40,11 @@ void publish(const Registry &registry, const SenderRecord &record)
     ASSERT_TRUE(registry.publish(lock, record));
 }
 
+std::ifstream readerOf(const SenderRecord &record)
+{
+    return std::ifstream(system::privateFolder() / (std::to_string(record.port) + ".sender"), std::ios::binary);
+}
+
 // Again while another process is at it.
 bool drop(const Registry &registry, const SenderRecord &record)
 {
@@ -104,7 +109,7 @@ TEST(Registry, ARecordThatIsBeingReadIsReplaced)
     const auto first = someRecord(port.number());
     const auto second = someRecord(port.number());
     publish(registry, first);
-    std::ifstream reader(system::privateFolder() / (std::to_string(first.port) + ".sender"), std::ios::binary);
+    auto reader = readerOf(first);
     ASSERT_TRUE(reader.is_open());
     auto published = std::async(std::launch::async, [&] { publish(registry, second); });
     // Where the file can be replaced at once it is; else when the reader is through.
@@ -114,6 +119,22 @@ TEST(Registry, ARecordThatIsBeingReadIsReplaced)
     EXPECT_TRUE(isListed(registry, second));
     EXPECT_FALSE(isListed(registry, first));
     EXPECT_TRUE(drop(registry, second));
+}
+
+TEST(Registry, ARecordThatIsBeingReadIsWithdrawn)
+{
+    const Registry registry;
+    const ndi_test::TakenPort port;
+    const auto record = someRecord(port.number());
+    publish(registry, record);
+    auto reader = readerOf(record);
+    ASSERT_TRUE(reader.is_open());
+    auto withdrawn = std::async(std::launch::async, [&] { registry.withdraw(record); });
+    // Where the file can be removed at once it is; else when the reader is through.
+    withdrawn.wait_for(std::chrono::milliseconds(50));
+    reader.close();
+    withdrawn.get();
+    EXPECT_FALSE(isListed(registry, record));
 }
 
 TEST(Registry, DropsAStaleRecordButNotItsSuccessorOnThePort)
