@@ -21,6 +21,7 @@
 #endif
 
 #include <atomic>
+#include <cstdio>
 #include <cstdlib>
 
 namespace host
@@ -104,6 +105,15 @@ Interrupt::~Interrupt()
     listener = nullptr;
 }
 
+// An ordinary end would stop the other threads in the middle of what they do and then have the libraries clean up
+// behind themselves, which waits for ever for a lock that such a thread has held.
+void endProcess(int exitCode)
+{
+    std::fflush(nullptr);
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(exitCode));
+    std::_Exit(exitCode);
+}
+
 bool isTerminal()
 {
     return _isatty(_fileno(stdout)) != 0;
@@ -136,6 +146,12 @@ Interrupt::~Interrupt()
     std::signal(SIGTERM, SIG_DFL);
     close(wakePipe[0]);
     close(wakePipe[1]);
+}
+
+// Media Foundation's own end has waited for its threads here.
+void endProcess(int exitCode)
+{
+    std::exit(exitCode);
 }
 
 bool isTerminal()

@@ -17,9 +17,8 @@ namespace
 // bound, the number of processors, a few absent senders would keep all other sources from being made.
 constexpr int MaxPoolThreads = 64;
 
-} // namespace
-
-int main(int argc, char **argv)
+// The exit code.
+int runScene(int argc, char **argv)
 {
     // Messages belong where the shell sends them; Windows and the journal would get them instead of a pipe or a file.
     qputenv("QT_FORCE_STDERR_LOGGING", "1");
@@ -48,4 +47,11 @@ int main(int argc, char **argv)
     QObject::connect(&interrupt, &host::Interrupt::interrupted, &application, &QCoreApplication::quit);
     host::Runner runner(*options);
     return runner.run();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    host::endProcess(runScene(argc, argv));
 }

@@ -1,3 +1,4 @@
+#include "host/Console.h"
 #include "host/HostTypes.h"
 #include "host/MediaPlatform.h"
 #include "tests/e2e/CollectingSink.h"
@@ -11,7 +12,11 @@
 
 #include <gtest/gtest.h>
 
-int main(int argc, char **argv)
+namespace
+{
+
+// The exit code.
+int runTests(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
     QCoreApplication application(argc, argv);
@@ -25,4 +30,11 @@ int main(int argc, char **argv)
     QThreadPool::globalInstance()->waitForDone();
     NDIlib_destroy();
     return result;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    host::endProcess(runTests(argc, argv));
 }

@@ -1,3 +1,4 @@
+#include "host/Console.h"
 #include "host/HostTypes.h"
 #include "host/MediaPlatform.h"
 
@@ -5,7 +6,11 @@
 
 #include <gtest/gtest.h>
 
-int main(int argc, char **argv)
+namespace
+{
+
+// The exit code.
+int runTests(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
     QCoreApplication application(argc, argv);
@@ -14,4 +19,11 @@ int main(int argc, char **argv)
         return 1;
     host::registerHostTypes({QStringLiteral("first"), QStringLiteral("second")});
     return RUN_ALL_TESTS();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    host::endProcess(runTests(argc, argv));
 }
