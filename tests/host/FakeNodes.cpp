@@ -49,6 +49,8 @@ public:
         MFCreateMemoryBuffer(64, &buffer);
         sample->AddBuffer(buffer);
         sample->SetSampleTime(step.time);
+        if (step.duration > 0)
+            sample->SetSampleDuration(step.duration);
         return m_requestManager->PushSample(sample);
     }
 
@@ -76,8 +78,9 @@ private:
 class ScriptedMediaSource final : public CBaseSource
 {
 public:
-    // Not live: each of its samples counts.
-    explicit ScriptedMediaSource(HRESULT &hr) : CBaseSource(hr, 0) {}
+    ScriptedMediaSource(HRESULT &hr, bool live) : CBaseSource(hr, live ? static_cast<DWORD>(MFMEDIASOURCE_IS_LIVE) : 0)
+    {
+    }
 
     DECLARE_IUNKNOWN
 
@@ -144,7 +147,7 @@ void ScriptedSource::createMediaObjects()
     if (fails)
         return setStatus(Error);
     HRESULT hr = S_OK;
-    const auto source = host::createObject<ScriptedMediaSource>(hr);
+    const auto source = host::createObject<ScriptedMediaSource>(hr, live);
     source->addStreams(*this);
     m_source = CComPtr<IMFMediaSource>(source.p);
     const auto descriptor = getCleanPresentationDescriptor(m_source);

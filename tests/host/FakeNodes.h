@@ -23,6 +23,7 @@ struct ScriptStep {
     enum Kind { Sample, TypeChange, End, Fail } kind = Sample;
     LONGLONG time = 0;
     CComPtr<IMFMediaType> type;
+    LONGLONG duration = 0; // of a sample; none if 0
 };
 
 // A source node with a video and an audio output. From its first creation on it asks to be made anew whenever one of
@@ -43,6 +44,7 @@ public:
     std::vector<ScriptStep> audioScript;
     CComPtr<IMFMediaType> videoType = pictureType(64, 32);
     CComPtr<IMFMediaType> audioType = soundType(2);
+    bool live = false;
     bool fails = false; // createMediaObjects() ends in Error
 
     int created = 0;

@@ -78,6 +78,23 @@ TEST_F(PipelineTest, CarriesSamplesInOrderAfterTheirType)
     EXPECT_THAT(firstOf(log, 3), ElementsAre("sample 0", "sample 40", "sample 80"));
 }
 
+TEST_F(PipelineTest, LeavesWhatALiveSourceHadWaitingOutButForTheLast)
+{
+    constexpr LONGLONG hundredSeconds = 1000000000;
+    m_source.live = true;
+    for (const LONGLONG milliseconds : {0, 40, 80}) {
+        m_source.videoScript.push_back(sampleAt(milliseconds));
+        m_source.videoScript.back().duration = hundredSeconds;
+    }
+    m_source.videoScript.push_back({ScriptStep::End, 0, nullptr});
+    link();
+    run();
+    ASSERT_TRUE(waitUntil([this] { return m_sink.pictures().samples() > 0; }));
+    std::vector<std::string> log = m_sink.pictures().log();
+    log.erase(std::remove(log.begin(), log.end(), "type 64"), log.end());
+    EXPECT_THAT(log, ElementsAre("sample 80"));
+}
+
 TEST_F(PipelineTest, TellsBothNodesWhenTheirTopologyIsThere)
 {
     link();
