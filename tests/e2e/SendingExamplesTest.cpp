@@ -260,10 +260,10 @@ struct MixerInput {
         sender.setFrameMetadata(metadata.toStdString());
     }
 
-    bool isLit(bool program, bool preview) const
+    std::string lights() const
     {
         const NDIlib_tally_t tally = sender.tally();
-        return tally.on_program == program && tally.on_preview == preview;
+        return std::string(tally.on_program ? "program" : "") + (tally.on_preview ? "preview" : "");
     }
 
     const QString name;
@@ -271,22 +271,26 @@ struct MixerInput {
     TestSender sender;
 };
 
-// Waits until the mixer has switched to that input and looks at the lights in the middle of its time on air, as the
-// light and the picture do not come at the same moment.
-bool lightsFollow(const TestReceiver &receiver, const MixerInput &onAir, const MixerInput &next)
+// Waits until the mixer has switched to that input and looks at the lights in the middle of its time on air: a picture
+// comes after its light, on a machine that has much else to do by half a second and more.
+testing::AssertionResult lightsFollow(const TestReceiver &receiver, const MixerInput &onAir, const MixerInput &next)
 {
-    constexpr std::size_t halfOfTheTime = 25; // pictures
+    constexpr std::size_t halfOfTheTime = 50; // pictures
     const auto isOnAir = [&] { return receiver.newestPicture().metadata == onAir.metadata; };
+    auto failure = testing::AssertionFailure();
     for (int stretches = Stretches; stretches > 0; --stretches) {
         if (!waitUntil([&] { return !isOnAir(); }, Patience) || !waitUntil(isOnAir, Patience))
-            return false;
+            return failure << "no switch";
         const std::size_t middle = receiver.pictureCount() + halfOfTheTime;
         if (!waitUntil([&] { return receiver.pictureCount() >= middle; }, Patience))
-            return false;
-        if (onAir.isLit(true, false) && next.isLit(false, true) && isOnAir())
-            return true;
+            return failure << "no pictures";
+        const std::string lights = onAir.lights() + ", " + next.lights();
+        if (lights == "program, preview" && isOnAir())
+            return testing::AssertionSuccess();
+        failure << "[on air, next: " << lights << "; "
+                << onAir.sender.frame() - frameNumber(receiver.newestPicture().bytes) << " frames late] ";
     }
-    return false;
+    return failure;
 }
 
 TEST_F(SendingExamples, MixerLightsProgramOfTheInputOnAirAndPreviewOfTheOther)
@@ -295,7 +299,7 @@ TEST_F(SendingExamples, MixerLightsProgramOfTheInputOnAirAndPreviewOfTheOther)
     const MixerInput second("mixer lit second");
     const QString out = uniqueName("mixer lit out");
     Child host(TAVRIN_HOST_PROGRAM,
-               {"--quiet", TAVRIN_EXAMPLES "/mixer.qml", first.name, second.name, out, QStringLiteral("1")});
+               {"--quiet", TAVRIN_EXAMPLES "/mixer.qml", first.name, second.name, out, QStringLiteral("2")});
     const TestReceiver receiver(out);
     ASSERT_TRUE(passesOn(receiver, first.metadata));
     ASSERT_TRUE(passesOn(receiver, second.metadata));

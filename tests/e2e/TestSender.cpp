@@ -139,6 +139,7 @@ void TestSender::run()
 {
     long long timecode = 10000000; // one second; 0 means none
     for (quint32 frame = 1; !m_ended; ++frame) {
+        m_frame = frame;
         SenderFormat format;
         std::string metadata;
         {

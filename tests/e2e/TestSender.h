@@ -59,6 +59,8 @@ public:
     void sendMetadata(const std::string &text);
     int connections() const { return NDIlib_send_get_no_connections(m_sender, 0); }
     NDIlib_tally_t tally() const;
+    // The number of the frame that is sent now.
+    quint32 frame() const { return m_frame; }
 
 private:
     struct State;
@@ -67,5 +69,6 @@ private:
     NDIlib_send_instance_t m_sender;
     std::unique_ptr<State> m_state;
     std::atomic<bool> m_ended{false};
+    std::atomic<quint32> m_frame{0};
     std::thread m_thread;
 };
