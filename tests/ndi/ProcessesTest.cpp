@@ -52,6 +52,7 @@ TEST(Processes, ASenderThatWasKilledUnwatchedIsNeverListed)
     peer.kill();
     const auto sentinel = uniqueName();
     const auto sender = makeSender(sentinel);
+    ASSERT_NE(sender, nullptr);
     const auto finder = makeFinder();
     ASSERT_FALSE(waitForSource(finder, sentinel).name.empty());
     EXPECT_TRUE(waitUntilGone(finder, name, std::chrono::milliseconds(0)));
