@@ -100,6 +100,8 @@ Registration::Registration(boost::asio::io_context &context, const std::string &
 void Registration::withdraw()
 {
     // In this order: the record of a port may be changed only while the port is ours.
+    if (!m_acceptor.is_open())
+        return;
     m_registry.withdraw(m_record);
     Error ignored;
     m_acceptor.close(ignored);

@@ -182,7 +182,7 @@ TEST_F(ReceiverUnderAttack, LeavesASilentSenderThatHasLetGoOfItsPort)
     welcome();
     write(m_socket, message(MessageType::Video, bytesOf(honestVideo())));
     EXPECT_TRUE(gets(1));
-    m_registration.acceptor().close();
+    m_registration.withdraw();
     EXPECT_TRUE(isClosedByPeer(m_socket));
 }
 

@@ -1,5 +1,6 @@
 #include "ndi/local/Registry.h"
 #include "ndi/local/Groups.h"
+#include "ndi/local/Registration.h"
 #include "ndi/local/System.h"
 #include "tests/ndi/TakenPort.h"
 
@@ -135,6 +136,17 @@ TEST(Registry, ARecordThatIsBeingReadIsWithdrawn)
     reader.close();
     withdrawn.get();
     EXPECT_FALSE(isListed(registry, record));
+}
+
+TEST(Registration, WithdrawnAgainLeavesTheSenderThatHasItsPortNow)
+{
+    boost::asio::io_context context;
+    Registration first(context, "first", "");
+    first.withdraw();
+    Registration second(context, "second", ""); // takes the lowest port that is free, the same as a rule
+    first.withdraw();
+    EXPECT_TRUE(isListed(Registry(), second.record()));
+    second.withdraw();
 }
 
 TEST(Registry, DropsAStaleRecordButNotItsSuccessorOnThePort)
