@@ -46,6 +46,7 @@ struct Hello {
     std::uint32_t magic;
     Role role;
     std::uint32_t kinds;
+    std::uint32_t processId;
     Secret password;
 };
 

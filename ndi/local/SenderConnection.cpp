@@ -1,5 +1,7 @@
 #include "ndi/local/SenderConnection.h"
 
+#include "ndi/local/System.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -9,6 +11,7 @@ namespace
 {
 
 constexpr std::chrono::milliseconds helloTime{2000};
+constexpr std::chrono::milliseconds processLookPeriod{1000};
 constexpr std::size_t longestRequest = sizeof(Hello); // of a receiver to a sender
 
 // What a receiver queues, what its application holds, and what is on its way.
@@ -108,6 +111,14 @@ void SenderConnection::onMessage(MessageType type, std::string_view body)
     m_owner.onEnd(*this);
 }
 
+bool SenderConnection::onDeadline()
+{
+    if (!m_known || !system::isRunning(m_processId))
+        return true;
+    m_stream->setDeadline(processLookPeriod);
+    return false;
+}
+
 void SenderConnection::onEnd(MessageStream::End)
 {
     m_owner.onEnd(*this);
@@ -139,10 +150,20 @@ bool SenderConnection::greet(const Hello &hello)
     m_known = true;
     m_role = hello.role;
     m_kinds = hello.kinds;
-    m_stream->clearDeadline();
+    watch(hello.processId);
     m_stream->send(MessageType::Welcome, bytesOf(Welcome{m_record.signature}));
     m_owner.onReceiversChanged();
     return true;
+}
+
+// A process that cannot be seen, as that of another container, tells nothing.
+void SenderConnection::watch(std::uint32_t processId)
+{
+    m_processId = processId;
+    if (system::isRunning(processId))
+        m_stream->setDeadline(processLookPeriod);
+    else
+        m_stream->clearDeadline();
 }
 
 bool SenderConnection::release(const Release &release)

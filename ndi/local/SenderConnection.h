@@ -12,7 +12,8 @@
 namespace localndi
 {
 
-// A sender's side of one connection: first a stranger that has to show the password, then a finder or a receiver.
+// A sender's side of one connection: first a stranger that has to show the password, then a finder or a receiver. It
+// ends with the peer's process also when the system leaves it open, which has been seen under Wine.
 //
 // A receiver holds a bounded number of slots at a time; what comes while it holds that many waits here, the oldest
 // going first. Receivers that are stopped can hold all slots of a sender between them nevertheless: then the owner
@@ -75,9 +76,11 @@ private:
     };
 
     void onMessage(MessageType type, std::string_view body) override;
+    bool onDeadline() override;
     void onEnd(MessageStream::End end) override;
     bool handle(MessageType type, std::string_view body);
     bool greet(const Hello &hello);
+    void watch(std::uint32_t processId);
     bool release(const Release &release);
     Window &windowOf(MessageType type) { return type == MessageType::Video ? m_video : m_audio; }
     void announce(Window &window, const OutgoingFrame &frame);
@@ -88,6 +91,7 @@ private:
     bool m_known = false;
     Role m_role = Role::Finder;
     std::uint32_t m_kinds = 0;
+    std::uint32_t m_processId = 0; // of the peer
     TallyState m_tally{};
     Window m_video;
     Window m_audio;

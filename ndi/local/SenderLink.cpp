@@ -35,7 +35,7 @@ private:
 SenderLink::SenderLink(boost::asio::io_context &context, Listener &listener, SenderRecord record, Role role,
                        std::uint32_t kinds)
     : m_context(context), m_listener(listener),
-      m_record(std::move(record)), m_hello{protocolMagic, role, kinds, m_record.password},
+      m_record(std::move(record)), m_hello{protocolMagic, role, kinds, system::processId(), m_record.password},
       m_stream(MessageStream::make(boost::asio::ip::tcp::socket(context), *this, bodyLimit))
 {
     m_stream->setDeadline(handshakeTime);

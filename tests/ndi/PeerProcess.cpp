@@ -1,14 +1,22 @@
 #include "tests/ndi/PeerProcess.h"
 
+#include <gtest/gtest.h>
+
 namespace ndi_test
 {
+namespace
+{
+
+constexpr int endTimeMs = 30000;
+
+} // namespace
 
 PeerProcess::PeerProcess(const std::string &role, const std::string &name, const std::string &address)
 {
     m_process.setProcessChannelMode(QProcess::ForwardedChannels);
     m_process.start(QStringLiteral(NDI_TEST_PEER),
                     {QString::fromStdString(role), QString::fromStdString(name), QString::fromStdString(address)});
-    EXPECT_TRUE(m_process.waitForStarted());
+    EXPECT_TRUE(m_process.waitForStarted()) << m_process.errorString().toStdString();
 }
 
 PeerProcess::~PeerProcess()
@@ -19,14 +27,15 @@ PeerProcess::~PeerProcess()
 
 void PeerProcess::kill()
 {
+    m_process.waitForFinished(0); // to hear of an end
+    EXPECT_EQ(m_process.state(), QProcess::Running) << "it has ended by itself, with code " << m_process.exitCode();
     m_process.kill();
     m_process.waitForFinished();
 }
 
 int PeerProcess::waitForEnd()
 {
-    const auto limit = static_cast<int>(std::chrono::milliseconds(patience).count());
-    if (!m_process.waitForFinished(limit) || m_process.exitStatus() != QProcess::NormalExit)
+    if (!m_process.waitForFinished(endTimeMs) || m_process.exitStatus() != QProcess::NormalExit)
         return -1;
     return m_process.exitCode();
 }

@@ -77,7 +77,8 @@ TEST(Processes, AKilledReceiverIsNoLongerCounted)
 {
     const auto name = uniqueName();
     const auto sender = makeSender(name);
-    auto peer = PeerProcess::hoarder(findSource(name));
+    const auto source = findSource(name);
+    auto peer = PeerProcess::hoarder(source.name, source.address);
     ASSERT_EQ(NDIlib_send_get_no_connections(sender.get(), patienceMs), 1);
     peer.kill();
     EXPECT_TRUE(waitUntil([&] { return NDIlib_send_get_no_connections(sender.get(), 0) == 0; }));
@@ -92,7 +93,7 @@ TEST(Processes, ReceiversThatNeverFreeAndAreKilledTakeNothingFromOthers)
     auto picture = uyvyPicture();
     for (int round = 0; round < 6; ++round) {
         ASSERT_TRUE(waitUntil([&] { return NDIlib_send_get_no_connections(sender.get(), 0) == 1; }));
-        auto peer = PeerProcess::hoarder(source);
+        auto peer = PeerProcess::hoarder(source.name, source.address);
         ASSERT_TRUE(waitUntil([&] { return NDIlib_send_get_no_connections(sender.get(), 0) == 2; }));
         for (int i = 0; i < 40; ++i) {
             NDIlib_send_send_video_v2(sender.get(), &picture.frame);

@@ -1,5 +1,7 @@
 #include "tests/ndi/RawPeer.h"
 
+#include "ndi/local/System.h"
+
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
@@ -31,10 +33,25 @@ void write(tcp::socket &socket, const std::string &bytes)
 
 bool isClosedByPeer(tcp::socket &socket)
 {
+    auto &context = static_cast<boost::asio::io_context &>(
+        boost::asio::query(socket.get_executor(), boost::asio::execution::context));
+    const auto deadline = std::chrono::steady_clock::now() + peerPatience;
     char sink[4096];
     boost::system::error_code error;
-    while (!error)
-        socket.read_some(boost::asio::buffer(sink), error);
+    while (!error) {
+        bool isRead = false;
+        socket.async_read_some(boost::asio::buffer(sink), [&](const boost::system::error_code &result, std::size_t) {
+            error = result;
+            isRead = true;
+        });
+        context.restart();
+        while (!isRead && context.run_one_until(deadline) != 0)
+            continue;
+        if (!isRead)
+            socket.cancel();
+        while (!isRead)
+            context.run_one();
+    }
     return error == boost::asio::error::eof || error == boost::asio::error::connection_reset;
 }
 
@@ -74,12 +91,17 @@ tcp::socket SenderAndRawPeer::connect()
 
 tcp::socket SenderAndRawPeer::connectAsReceiver()
 {
+    return connectWith(hello(), {1, 0});
+}
+
+tcp::socket SenderAndRawPeer::connectWith(const Hello &receiver, TallyState tally)
+{
     const int before = NDIlib_send_get_no_connections(m_sender, 0);
     auto socket = connect();
-    write(socket, message(MessageType::Hello, bytesOf(hello())));
+    write(socket, message(MessageType::Hello, bytesOf(receiver)));
     // The sender welcomes before it counts, in one go: what it is told next comes after both.
     EXPECT_EQ(readMessage(socket).type, MessageType::Welcome);
-    write(socket, message(MessageType::Tally, bytesOf(TallyState{1, 0})));
+    write(socket, message(MessageType::Tally, bytesOf(tally)));
     EXPECT_EQ(readMessage(socket).type, MessageType::Metadata);
     EXPECT_EQ(NDIlib_send_get_no_connections(m_sender, 0), before + 1);
     return socket;
@@ -87,7 +109,7 @@ tcp::socket SenderAndRawPeer::connectAsReceiver()
 
 Hello SenderAndRawPeer::hello() const
 {
-    return {protocolMagic, Role::Receiver, kindVideo | kindMetadata, m_record.password};
+    return {protocolMagic, Role::Receiver, kindVideo | kindMetadata, system::processId(), m_record.password};
 }
 
 } // namespace ndi_test

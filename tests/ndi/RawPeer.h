@@ -24,7 +24,7 @@ constexpr std::chrono::milliseconds peerPatience{peerPatienceMs};
 std::string uniquePeerName();
 std::string message(localndi::MessageType type, std::string_view body);
 void write(boost::asio::ip::tcp::socket &socket, const std::string &bytes);
-// True when the peer closes the connection; what it says before does not count.
+// True when the peer closes the connection in time; what it says before does not count. Runs the socket's context.
 bool isClosedByPeer(boost::asio::ip::tcp::socket &socket);
 
 struct RawMessage {
@@ -45,6 +45,8 @@ protected:
     boost::asio::ip::tcp::socket connect();
     // Connects as a receiver and waits until the sender counts it.
     boost::asio::ip::tcp::socket connectAsReceiver();
+    // The same; nobody else may have shown `tally` yet.
+    boost::asio::ip::tcp::socket connectWith(const localndi::Hello &receiver, localndi::TallyState tally);
     localndi::Hello hello() const;
 
     boost::asio::io_context m_context;

@@ -3,6 +3,7 @@
 #include "ndi/include/Processing.NDI.Interface.h"
 
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -14,6 +15,12 @@ bool isTimeLeft()
 {
     static const auto begin = std::chrono::steady_clock::now();
     return std::chrono::steady_clock::now() - begin < std::chrono::minutes(1);
+}
+
+int failed(const char *what)
+{
+    std::fprintf(stderr, "ndi_test_peer: %s\n", what);
+    return 1;
 }
 
 NDIlib_send_instance_t makeSender(const char *name)
@@ -37,7 +44,7 @@ int sendForever(const char *name)
 {
     const auto sender = makeSender(name);
     if (sender == nullptr)
-        return 1;
+        return failed("no sender");
     std::vector<std::uint8_t> pixels(320 * 180 * 2);
     NDIlib_video_frame_v2_t frame;
     frame.xres = 320;
@@ -58,7 +65,7 @@ int hoardForever(const char *name, const char *address)
 {
     const auto receiver = makeReceiver(name, address);
     if (receiver == nullptr)
-        return 1;
+        return failed("no receiver");
     while (isTimeLeft()) {
         NDIlib_video_frame_v2_t frame;
         NDIlib_recv_capture_v2(receiver, &frame, nullptr, nullptr, 100);
