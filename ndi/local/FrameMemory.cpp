@@ -5,6 +5,8 @@
 #include <boost/interprocess/exceptions.hpp>
 #include <boost/interprocess/file_mapping.hpp>
 
+#include <utility>
+
 namespace localndi
 {
 namespace
@@ -15,7 +17,9 @@ namespace ipc = boost::interprocess;
 std::shared_ptr<FrameMemory> map(const std::filesystem::path &file, ipc::mode_t fileMode, ipc::mode_t regionMode)
 {
     try {
-        return std::make_shared<FrameMemory>(ipc::file_mapping(file.string().c_str(), fileMode), regionMode);
+        ipc::file_mapping opened(file.string().c_str(), fileMode);
+        system::keepFromChildren(opened);
+        return std::make_shared<FrameMemory>(std::move(opened), regionMode);
     } catch (const ipc::interprocess_exception &) {
         return nullptr;
     }

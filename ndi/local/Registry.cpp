@@ -5,7 +5,6 @@
 #include <boost/interprocess/exceptions.hpp>
 
 #include <algorithm>
-#include <fstream>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -40,11 +39,7 @@ std::vector<fs::path> filesIn(const fs::path &folder, const char *suffix)
 
 std::optional<SenderRecord> readRecordFile(const fs::path &file)
 {
-    std::ifstream input(file, std::ios::binary);
-    std::string bytes(maximumRecordFile, '\0');
-    input.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    bytes.resize(static_cast<std::size_t>(input.gcount()));
-    return parseSenderRecord(bytes);
+    return parseSenderRecord(system::readFile(file, maximumRecordFile));
 }
 
 // `<stem>.<kind><index>.<generation>.frame`
@@ -144,13 +139,9 @@ bool Registry::publish(const Lock &lock, const SenderRecord &record) const
     auto draft = file;
     draft.replace_extension(".draft");
     removeFile(draft);
-    if (!system::createPrivateFile(draft, 0))
+    if (!system::createPrivateFile(draft, serialise(record)))
         return false;
-    std::ofstream output(draft, std::ios::binary);
-    const auto bytes = serialise(record);
-    output.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    output.close();
-    if (output && changeWhenRead([&](std::error_code &error) { fs::rename(draft, file, error); }))
+    if (changeWhenRead([&](std::error_code &error) { fs::rename(draft, file, error); }))
         return true;
     removeFile(draft);
     return false;

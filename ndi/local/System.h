@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <string>
+#include <string_view>
 
 // What differs between operating systems, and nothing else. One source file per system. Threads: any.
 namespace localndi::system
@@ -20,6 +22,12 @@ std::filesystem::path privateFolder();
 // to a mapping of it cannot fail later.
 bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size);
 
+// Creates a file that must not exist yet, for its owner alone. A program that this process starts meanwhile does not
+// inherit it, nor one that is being read: a file that somebody has open cannot be replaced everywhere.
+bool createPrivateFile(const std::filesystem::path &path, std::string_view content);
+// The whole file, or as much of it as `limit`. Empty when it cannot be read.
+std::string readFile(const std::filesystem::path &path, std::size_t limit);
+
 // Drops what this process wrote to a copy-on-write mapping of the whole file: it reads as the file again, at another
 // address perhaps. False when it cannot be; the mapping is as it was then.
 bool discardPrivateWrites(boost::interprocess::mapped_region &region, const boost::interprocess::file_mapping &file);
@@ -31,6 +39,8 @@ void allowPortReuse(boost::asio::ip::tcp::acceptor &acceptor);
 // here.
 void keepFromChildren(boost::asio::ip::tcp::socket &socket);
 void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor);
+// Nor this: it would keep the memory.
+void keepFromChildren(const boost::interprocess::file_mapping &file);
 
 std::uint32_t processId();
 // False only when there is no such process.

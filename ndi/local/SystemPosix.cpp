@@ -1,5 +1,6 @@
 #include "ndi/local/System.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <system_error>
@@ -37,6 +38,11 @@ bool isOursAlone(const std::filesystem::path &folder)
            (status.st_mode & otherPeople) == 0;
 }
 
+int createFile(const std::filesystem::path &path)
+{
+    return open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerOnlyFile);
+}
+
 bool reserve(int file, std::uint64_t size)
 {
     if (size == 0)
@@ -46,6 +52,17 @@ bool reserve(int file, std::uint64_t size)
         result = posix_fallocate(file, 0, static_cast<off_t>(size));
     while (result == EINTR);
     return result == 0;
+}
+
+// A call that a signal may interrupt.
+template <typename Call>
+ssize_t repeated(const Call &call)
+{
+    ssize_t result = 0;
+    do
+        result = call();
+    while (result < 0 && errno == EINTR);
+    return result;
 }
 
 void closeOnExec(int descriptor)
@@ -72,7 +89,7 @@ std::filesystem::path privateFolder()
 
 bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size)
 {
-    const int file = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, ownerOnlyFile);
+    const int file = createFile(path);
     if (file < 0)
         return false;
     const bool reserved = reserve(file, size);
@@ -80,6 +97,40 @@ bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size)
     if (!reserved)
         unlink(path.c_str());
     return reserved;
+}
+
+bool createPrivateFile(const std::filesystem::path &path, std::string_view content)
+{
+    const int file = createFile(path);
+    if (file < 0)
+        return false;
+    while (!content.empty()) {
+        const ssize_t written = repeated([&] { return write(file, content.data(), content.size()); });
+        if (written <= 0)
+            break;
+        content.remove_prefix(static_cast<std::size_t>(written));
+    }
+    close(file);
+    if (!content.empty())
+        unlink(path.c_str());
+    return content.empty();
+}
+
+std::string readFile(const std::filesystem::path &path, std::size_t limit)
+{
+    const int file = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+    if (file < 0)
+        return {};
+    std::string content(limit, '\0');
+    std::size_t size = 0;
+    ssize_t count = 1;
+    while (count > 0 && size < limit) {
+        count = repeated([&] { return read(file, content.data() + size, limit - size); });
+        size += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+    }
+    close(file);
+    content.resize(size);
+    return content;
 }
 
 bool discardPrivateWrites(boost::interprocess::mapped_region &region,
@@ -101,6 +152,11 @@ void keepFromChildren(boost::asio::ip::tcp::socket &socket)
 void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor)
 {
     closeOnExec(acceptor.native_handle());
+}
+
+void keepFromChildren(const boost::interprocess::file_mapping &file)
+{
+    closeOnExec(file.get_mapping_handle().handle);
 }
 
 std::uint32_t processId()

@@ -24,6 +24,12 @@ bool isPlainFolder(const std::filesystem::path &folder)
            (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
 }
 
+HANDLE createFile(const std::filesystem::path &path)
+{
+    return CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, everySharing, nullptr, CREATE_NEW, keptInMemory,
+                       nullptr);
+}
+
 bool reserve(HANDLE file, std::uint64_t size)
 {
     LARGE_INTEGER end{};
@@ -55,8 +61,7 @@ std::filesystem::path privateFolder()
 
 bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size)
 {
-    const HANDLE file = CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, everySharing, nullptr, CREATE_NEW,
-                                    keptInMemory, nullptr);
+    const HANDLE file = createFile(path);
     if (file == INVALID_HANDLE_VALUE)
         return false;
     const bool reserved = reserve(file, size);
@@ -64,6 +69,36 @@ bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size)
     if (!reserved)
         DeleteFileW(path.c_str());
     return reserved;
+}
+
+bool createPrivateFile(const std::filesystem::path &path, std::string_view content)
+{
+    const HANDLE file = createFile(path);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    DWORD written = 0;
+    const bool isWhole =
+        WriteFile(file, content.data(), static_cast<DWORD>(content.size()), &written, nullptr) != FALSE &&
+        written == content.size();
+    CloseHandle(file);
+    if (!isWhole)
+        DeleteFileW(path.c_str());
+    return isWhole;
+}
+
+std::string readFile(const std::filesystem::path &path, std::size_t limit)
+{
+    const HANDLE file =
+        CreateFileW(path.c_str(), GENERIC_READ, everySharing, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return {};
+    std::string content(limit, '\0');
+    DWORD size = 0;
+    if (ReadFile(file, content.data(), static_cast<DWORD>(limit), &size, nullptr) == FALSE)
+        size = 0;
+    CloseHandle(file);
+    content.resize(size);
+    return content;
 }
 
 // Pages of a view that were copied stay copies as long as it is mapped.
@@ -93,6 +128,8 @@ void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor)
 {
     keepHandleFromChildren(acceptor.native_handle());
 }
+
+void keepFromChildren(const boost::interprocess::file_mapping & /*file*/) {} // which is opened for this process alone
 
 std::uint32_t processId()
 {

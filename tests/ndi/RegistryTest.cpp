@@ -2,11 +2,13 @@
 #include "ndi/local/Groups.h"
 #include "ndi/local/Registration.h"
 #include "ndi/local/System.h"
+#include "tests/ndi/PeerProcess.h"
 #include "tests/ndi/TakenPort.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <fstream>
 #include <future>
 
@@ -135,6 +137,30 @@ TEST(Registry, ARecordThatIsBeingReadIsWithdrawn)
     withdrawn.wait_for(std::chrono::milliseconds(50));
     reader.close();
     withdrawn.get();
+    EXPECT_FALSE(isListed(registry, record));
+}
+
+TEST(Registry, ARecordIsNotHandedOnToProgramsThatStartWhileItIsRead)
+{
+    const Registry registry;
+    const ndi_test::TakenPort port;
+    const auto record = someRecord(port.number());
+    publish(registry, record);
+    std::atomic<bool> isThrough{false};
+    const auto read = [&] {
+        while (!isThrough)
+            registry.records();
+    };
+    std::future<void> readers[4];
+    for (auto &reader : readers)
+        reader = std::async(std::launch::async, read);
+    const auto program = [] { return ndi_test::PeerProcess::sender("started while a record is read"); };
+    const ndi_test::PeerProcess programs[] = {program(), program(), program(), program(),
+                                              program(), program(), program(), program()};
+    isThrough = true;
+    for (auto &reader : readers)
+        reader.get();
+    registry.withdraw(record);
     EXPECT_FALSE(isListed(registry, record));
 }
 
