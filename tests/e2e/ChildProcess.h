@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/e2e/TimeLimits.h"
+#include "tests/support/StartedProcess.h"
 
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QProcess>
@@ -14,8 +15,7 @@ public:
     Child(const char *program, const QStringList &arguments)
     {
         m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_process.start(QLatin1String(program), arguments);
-        m_process.waitForStarted();
+        startProcess(m_process, QLatin1String(program), arguments);
     }
     ~Child() { kill(); }
 

@@ -27,11 +27,11 @@ TEST_P(ConsoleSignals, EndTheProgramCleanly)
 {
     QProcess process;
     process.setReadChannel(QProcess::StandardError);
-    process.start(QStringLiteral(TAVRIN_HOST_PROGRAM),
-                  {"--json", path("a.json"),
-                   scene("import Tavrin.Host 1.0\nGraph {\n    TestPattern { id: pattern }\n"
-                         "    Monitor { id: monitor; onFiguresChanged: if (video.samples > 0) console.info('runs') }\n"
-                         "    Link { from: pattern.videoOutput; to: monitor.videoInput }\n}\n")});
+    startProcess(process, QStringLiteral(TAVRIN_HOST_PROGRAM),
+                 {"--json", path("a.json"),
+                  scene("import Tavrin.Host 1.0\nGraph {\n    TestPattern { id: pattern }\n"
+                        "    Monitor { id: monitor; onFiguresChanged: if (video.samples > 0) console.info('runs') }\n"
+                        "    Link { from: pattern.videoOutput; to: monitor.videoInput }\n}\n")});
     ASSERT_TRUE(process.waitForReadyRead(Patience));
     send(process, GetParam());
     ASSERT_TRUE(process.waitForFinished(Patience));
@@ -47,10 +47,10 @@ TEST_F(Console, SecondCtrlCEndsAProgramThatDoesNotListen)
     QProcess process;
     process.setReadChannel(QProcess::StandardError);
     // The thread sanitizer hands signals over at calls of the C library, of which the loop has one.
-    process.start(QStringLiteral(TAVRIN_HOST_PROGRAM),
-                  {"--json", path("a.json"),
-                   scene("import QtQml 2.15\nQtObject {\n    Component.onCompleted: {\n"
-                         "        console.info('busy')\n        while (true) Date.now();\n    }\n}\n")});
+    startProcess(process, QStringLiteral(TAVRIN_HOST_PROGRAM),
+                 {"--json", path("a.json"),
+                  scene("import QtQml 2.15\nQtObject {\n    Component.onCompleted: {\n"
+                        "        console.info('busy')\n        while (true) Date.now();\n    }\n}\n")});
     ASSERT_TRUE(process.waitForReadyRead(Patience));
     // Two that come close together may be one to the process, so the second is sent until it tells.
     QElapsedTimer elapsed;
@@ -71,7 +71,7 @@ TEST_F(Console, WritesItsLineOverOnATerminal)
     ASSERT_EQ(unlockpt(terminal), 0);
     QProcess process;
     process.setStandardOutputFile(QString::fromLocal8Bit(ptsname(terminal)));
-    process.start(QStringLiteral(TAVRIN_HOST_PROGRAM), {"--duration", "1.2", m_pattern});
+    startProcess(process, QStringLiteral(TAVRIN_HOST_PROGRAM), {"--duration", "1.2", m_pattern});
     EXPECT_TRUE(process.waitForFinished(Patience));
     EXPECT_EQ(process.exitCode(), 0);
     std::array<char, 4096> bytes = {};

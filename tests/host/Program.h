@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/support/StartedProcess.h"
+
 #include <QtCore/QByteArray>
 #include <QtCore/QDir>
 #include <QtCore/QElapsedTimer>
@@ -24,7 +26,7 @@ protected:
     Outcome run(const QStringList &arguments)
     {
         QProcess process;
-        process.start(QStringLiteral(TAVRIN_HOST_PROGRAM), arguments);
+        startProcess(process, QStringLiteral(TAVRIN_HOST_PROGRAM), arguments);
         if (!process.waitForFinished(Patience)) {
             process.kill();
             process.waitForFinished();

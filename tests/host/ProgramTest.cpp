@@ -13,9 +13,9 @@ TEST_F(Program, RunsThePatternExampleAndReports)
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    process.start(QStringLiteral(TAVRIN_HOST_PROGRAM),
-                  {"--duration", "20", "--json", path("a.json"), "--snapshot", path("a.png"), m_pattern, "640x360",
-                   "50", path("a.y4m"), path("a.wav")});
+    startProcess(process, QStringLiteral(TAVRIN_HOST_PROGRAM),
+                 {"--duration", "20", "--json", path("a.json"), "--snapshot", path("a.png"), m_pattern, "640x360", "50",
+                  path("a.y4m"), path("a.wav")});
     const QByteArray output = outputUntil(process, "fps");
     EXPECT_TRUE(output.contains("pattern: UYVY 640x360")) << output.constData();
     // Nothing is drawn over where there is no terminal.

@@ -1,5 +1,7 @@
 #include "tests/ndi/PeerProcess.h"
 
+#include "tests/support/StartedProcess.h"
+
 #include <gtest/gtest.h>
 
 namespace ndi_test
@@ -14,9 +16,8 @@ constexpr int endTimeMs = 30000;
 PeerProcess::PeerProcess(const std::string &role, const std::string &name, const std::string &address)
 {
     m_process.setProcessChannelMode(QProcess::ForwardedChannels);
-    m_process.start(QStringLiteral(NDI_TEST_PEER),
-                    {QString::fromStdString(role), QString::fromStdString(name), QString::fromStdString(address)});
-    EXPECT_TRUE(m_process.waitForStarted()) << m_process.errorString().toStdString();
+    startProcess(m_process, QStringLiteral(NDI_TEST_PEER),
+                 {QString::fromStdString(role), QString::fromStdString(name), QString::fromStdString(address)});
 }
 
 PeerProcess::~PeerProcess()

@@ -1,5 +1,7 @@
 #include "tests/tools/SenderProcess.h"
 
+#include "tests/support/StartedProcess.h"
+
 #include <QtCore/QCoreApplication>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QFile>
@@ -19,8 +21,7 @@ std::string plainLines(QByteArray text)
 
 Tool::Tool(const char *program, const QStringList &arguments)
 {
-    m_process.start(QString::fromLocal8Bit(program), arguments);
-    m_process.waitForStarted(ProcessPatience);
+    startProcess(m_process, QString::fromLocal8Bit(program), arguments);
 }
 
 Tool::~Tool()
