@@ -22,7 +22,6 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 
 namespace host
 {
@@ -107,11 +106,11 @@ Interrupt::~Interrupt()
 
 // An ordinary end would stop the other threads in the middle of what they do and then have the libraries clean up
 // behind themselves, which waits for ever for a lock that such a thread has held.
-void endProcess(int exitCode)
+int endProcess(int exitCode)
 {
     std::fflush(nullptr);
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(exitCode));
-    std::_Exit(exitCode);
+    return exitCode;
 }
 
 bool isTerminal()
@@ -148,10 +147,9 @@ Interrupt::~Interrupt()
     close(wakePipe[1]);
 }
 
-// Media Foundation's own end has waited for its threads here.
-void endProcess(int exitCode)
+int endProcess(int exitCode)
 {
-    std::exit(exitCode);
+    return exitCode;
 }
 
 bool isTerminal()

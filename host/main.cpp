@@ -18,7 +18,7 @@ namespace
 constexpr int MaxPoolThreads = 64;
 
 // The exit code.
-int runScene(int argc, char **argv)
+int runScene(int argc, char **argv, const host::MediaPlatform &platform)
 {
     // Messages belong where the shell sends them; Windows and the journal would get them instead of a pipe or a file.
     qputenv("QT_FORCE_STDERR_LOGGING", "1");
@@ -36,7 +36,6 @@ int runScene(int argc, char **argv)
                                          : QStringLiteral("Multimedia.*.debug=false\nMultimedia.*.info=false"));
 
     QThreadPool::globalInstance()->setMaxThreadCount(MaxPoolThreads);
-    const host::MediaPlatform platform;
     if (FAILED(platform.result())) {
         std::fprintf(stderr, "tavrin-host: Media Foundation does not start (0x%08X)\n",
                      static_cast<unsigned>(platform.result()));
@@ -53,5 +52,7 @@ int runScene(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
-    host::endProcess(runScene(argc, argv));
+    // To the end of the process, where endProcess() ends it: a shutdown would have threads on their way out just then.
+    const host::MediaPlatform platform;
+    return host::endProcess(runScene(argc, argv, platform));
 }

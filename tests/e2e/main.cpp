@@ -16,12 +16,11 @@ namespace
 {
 
 // The exit code.
-int runTests(int argc, char **argv)
+int runTests(int argc, char **argv, const host::MediaPlatform &platform)
 {
     testing::InitGoogleTest(&argc, argv);
     QCoreApplication application(argc, argv);
     QLoggingCategory::setFilterRules(QStringLiteral("Multimedia.*.debug=false\nMultimedia.*.info=false"));
-    const host::MediaPlatform platform;
     if (FAILED(platform.result()) || !NDIlib_initialize())
         return 1;
     host::registerHostTypes({});
@@ -36,5 +35,6 @@ int runTests(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
-    host::endProcess(runTests(argc, argv));
+    const host::MediaPlatform platform;
+    return host::endProcess(runTests(argc, argv, platform));
 }

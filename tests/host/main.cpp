@@ -10,11 +10,10 @@ namespace
 {
 
 // The exit code.
-int runTests(int argc, char **argv)
+int runTests(int argc, char **argv, const host::MediaPlatform &platform)
 {
     testing::InitGoogleTest(&argc, argv);
     QCoreApplication application(argc, argv);
-    const host::MediaPlatform platform;
     if (FAILED(platform.result()))
         return 1;
     host::registerHostTypes({QStringLiteral("first"), QStringLiteral("second")});
@@ -25,5 +24,6 @@ int runTests(int argc, char **argv)
 
 int main(int argc, char **argv)
 {
-    host::endProcess(runTests(argc, argv));
+    const host::MediaPlatform platform;
+    return host::endProcess(runTests(argc, argv, platform));
 }
