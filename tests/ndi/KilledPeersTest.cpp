@@ -29,7 +29,9 @@ protected:
 // A connection has been seen to outlive its killed receiver (under Wine).
 TEST_F(KilledPeers, AReceiverIsNoLongerCountedThoughItsConnectionStaysOpen)
 {
-    auto process = PeerProcess::sender(uniquePeerName());
+    const auto name = uniquePeerName();
+    auto process = PeerProcess::sender(name);
+    ASSERT_TRUE(areListed(name));
     auto receiver = hello();
     receiver.processId = process.id();
     auto connection = connectWith(receiver, {1, 0});
@@ -44,7 +46,9 @@ TEST_F(KilledPeers, AReceiverWhoseProcessWasNeverSeenStays)
     auto unseen = hello();
     unseen.processId = unseenProcess;
     const auto stays = connectWith(unseen, {1, 0});
-    auto process = PeerProcess::sender(uniquePeerName());
+    const auto name = uniquePeerName();
+    auto process = PeerProcess::sender(name);
+    ASSERT_TRUE(areListed(name));
     auto receiver = hello();
     receiver.processId = process.id();
     auto goes = connectWith(receiver, {0, 1});

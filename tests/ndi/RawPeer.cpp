@@ -6,7 +6,9 @@
 #include <boost/asio/read.hpp>
 #include <boost/asio/write.hpp>
 
+#include <algorithm>
 #include <random>
+#include <thread>
 #include <utility>
 
 using namespace localndi;
@@ -18,6 +20,20 @@ namespace ndi_test
 std::string uniquePeerName()
 {
     return "Peer " + std::to_string(std::random_device()());
+}
+
+bool areListed(const std::string &name, int count)
+{
+    const auto deadline = std::chrono::steady_clock::now() + peerPatience;
+    const auto hasName = [&name](const SenderRecord &record) { return record.name.find(name) != std::string::npos; };
+    const Registry registry;
+    while (std::chrono::steady_clock::now() < deadline) {
+        const auto records = registry.records();
+        if (std::count_if(records.begin(), records.end(), hasName) >= count)
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
 }
 
 std::string message(MessageType type, std::string_view body)

@@ -22,6 +22,9 @@ constexpr std::uint32_t peerPatienceMs = 10000;
 constexpr std::chrono::milliseconds peerPatience{peerPatienceMs};
 
 std::string uniquePeerName();
+// Waits until so many senders of that name are listed. A program that is killed sooner may leave something of the system's
+// own behind (under Wine: its console, with the test's output).
+bool areListed(const std::string &name, int count = 1);
 std::string message(localndi::MessageType type, std::string_view body);
 void write(boost::asio::ip::tcp::socket &socket, const std::string &bytes);
 // True when the peer closes the connection in time; what it says before does not count. Runs the socket's context.

@@ -3,6 +3,7 @@
 #include "ndi/local/Registration.h"
 #include "ndi/local/System.h"
 #include "tests/ndi/PeerProcess.h"
+#include "tests/ndi/RawPeer.h"
 #include "tests/ndi/TakenPort.h"
 
 #include <gtest/gtest.h>
@@ -154,9 +155,11 @@ TEST(Registry, ARecordIsNotHandedOnToProgramsThatStartWhileItIsRead)
     std::future<void> readers[4];
     for (auto &reader : readers)
         reader = std::async(std::launch::async, read);
-    const auto program = [] { return ndi_test::PeerProcess::sender("started while a record is read"); };
+    const auto name = ndi_test::uniquePeerName();
+    const auto program = [&name] { return ndi_test::PeerProcess::sender(name); };
     const ndi_test::PeerProcess programs[] = {program(), program(), program(), program(),
                                               program(), program(), program(), program()};
+    EXPECT_TRUE(ndi_test::areListed(name, 8));
     isThrough = true;
     for (auto &reader : readers)
         reader.get();
