@@ -22,8 +22,8 @@ Q_SIGNALS:
 // The file that the system's loader looks for when the module is loaded.
 extern const char *const NdiRuntimeFile;
 
-// Ends the process at the end of main, where that is how to get past threads of the system's own; elsewhere returns what
-// main is to return.
+// Ends the process at the end of main, where that is how to get past threads of the system's own; elsewhere returns
+// what main is to return.
 int endProcess(int exitCode);
 
 // Whether standard output is a terminal, on which a line can be written over.

@@ -25,7 +25,7 @@ bool createPrivateFile(const std::filesystem::path &path, std::uint64_t size);
 // Creates a file that must not exist yet, for its owner alone. A program that this process starts meanwhile does not
 // inherit it, nor one that is being read: a file that somebody has open cannot be replaced everywhere.
 bool createPrivateFile(const std::filesystem::path &path, std::string_view content);
-// The whole file, or as much of it as `limit`. Empty when it cannot be read.
+// At most `limit` bytes of a file, from its beginning. Empty when it cannot be read.
 std::string readFile(const std::filesystem::path &path, std::size_t limit);
 
 // Drops what this process wrote to a copy-on-write mapping of the whole file: it reads as the file again, at another

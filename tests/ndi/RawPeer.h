@@ -22,8 +22,8 @@ constexpr std::uint32_t peerPatienceMs = 10000;
 constexpr std::chrono::milliseconds peerPatience{peerPatienceMs};
 
 std::string uniquePeerName();
-// Waits until so many senders of that name are listed. A program that is killed sooner may leave something of the system's
-// own behind (under Wine: its console, with the test's output).
+// Waits until so many senders of that name are listed. A program that is killed sooner may leave something of the
+// system's own behind (under Wine: its console, with the test's output).
 bool areListed(const std::string &name, int count = 1);
 std::string message(localndi::MessageType type, std::string_view body);
 void write(boost::asio::ip::tcp::socket &socket, const std::string &bytes);
