@@ -20,6 +20,7 @@ namespace ndi_test
 
 constexpr std::uint32_t peerPatienceMs = 10000;
 constexpr std::chrono::milliseconds peerPatience{peerPatienceMs};
+constexpr std::uint32_t noProcess = 0x7ffffffc; // beyond what systems number
 
 std::string uniquePeerName();
 // Waits until so many senders of that name are listed. A program that is killed sooner may leave something of the

@@ -25,8 +25,6 @@ bool isListed(const SenderRecord &wanted)
                        [&](const SenderRecord &record) { return record.identity == wanted.identity; });
 }
 
-constexpr std::uint32_t noProcess = 0x7ffffffc; // beyond what systems number
-
 struct DestroyFinder {
     void operator()(NDIlib_find_instance_t finder) const { NDIlib_find_destroy(finder); }
 };
