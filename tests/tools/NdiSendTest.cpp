@@ -17,10 +17,11 @@ TEST_F(NdiSend, HelpNamesEveryOptionAndSucceeds)
 {
     Sender sender(words("--help"));
     EXPECT_EQ(sender.wait(), 0);
-    for (const char *option :
-         {"name",        "video",       "audio",          "loop",        "size",     "rate",     "format",
-          "interleaved", "progressive", "channels",       "sample-rate", "no-audio", "no-video", "frames",
-          "duration",    "metadata",    "frame-metadata", "json",        "quiet",    "help",     "version"})
+    for (const char *option : {"name",        "video",     "audio",           "loop",           "size",
+                               "rate",        "format",    "interleaved",     "progressive",    "channels",
+                               "sample-rate", "clock-ppm", "audio-clock-ppm", "no-audio",       "no-video",
+                               "frames",      "duration",  "metadata",        "frame-metadata", "json",
+                               "quiet",       "help",      "version"})
         EXPECT_THAT(sender.output(), testing::AnyOf(testing::HasSubstr(std::string("--") + option + ' '),
                                                     testing::HasSubstr(std::string("--") + option + '\n')));
 }
@@ -75,6 +76,51 @@ TEST_F(NdiSend, EndsAfterTheNumberOfFramesWithASummary)
     EXPECT_EQ(json[QStringLiteral("audioSamples")].toInt(), 20 * 480);
     EXPECT_EQ(json[QStringLiteral("ended")].toString(), QStringLiteral("limit"));
     EXPECT_GE(json[QStringLiteral("seconds")].toDouble(), 0.19);
+}
+
+// Lateness of a busy machine only adds to the time.
+TEST_F(NdiSend, ASlowClockTakesLongerForTheSameFrames)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("summary.json"));
+    Sender sender(words("--size 160x64 --rate 100 --frames 201 --clock-ppm -10000 --json") << path);
+    EXPECT_EQ(0, sender.wait());
+    const QJsonObject json = readJson(path);
+    EXPECT_EQ(201, json[QStringLiteral("videoFrames")].toInt());
+    EXPECT_EQ(201, json[QStringLiteral("audioFrames")].toInt());
+    EXPECT_GE(json[QStringLiteral("seconds")].toDouble(), 2.0 / 0.99);
+}
+
+TEST_F(NdiSend, AFastClockOfTheSoundSendsMoreOfItBesideTheSamePictures)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("summary.json"));
+    Sender sender(words("--size 160x64 --rate 100 --frames 201 --audio-clock-ppm 10000 --json") << path);
+    EXPECT_EQ(0, sender.wait());
+    const QJsonObject json = readJson(path);
+    EXPECT_EQ(201, json[QStringLiteral("videoFrames")].toInt());
+    // The last picture leaves at 2 s, the sound of frame 202 as well.
+    EXPECT_EQ(203, json[QStringLiteral("audioFrames")].toInt());
+    EXPECT_EQ(203 * 480, json[QStringLiteral("audioSamples")].toInt());
+}
+
+TEST_F(NdiSend, TimecodesAreThoseOfTheSendersOwnClock)
+{
+    Sender sender(words("--size 320x240 --rate 100 --clock-ppm 10000 --audio-clock-ppm -10000"));
+    Receiver receiver(sender.name());
+    ASSERT_TRUE(receiver.found());
+    for (int i = 0; i < 5; ++i) {
+        const auto video = receiver.nextOf<ReceivedVideo>();
+        ASSERT_TRUE(video);
+        const auto code = pattern::readCode(video->picture());
+        ASSERT_TRUE(code);
+        EXPECT_EQ(static_cast<std::int64_t>(code->frame) * 100000, video->header.timecode);
+        EXPECT_EQ(100, video->header.frame_rate_N);
+        const auto audio = receiver.nextOf<ReceivedAudio>();
+        ASSERT_TRUE(audio);
+        EXPECT_EQ(480, audio->header.no_samples);
+        EXPECT_EQ(0, audio->header.timecode % 100000);
+    }
 }
 
 // What the pattern looks like, drawn here once more: as it was sent, lines packed.

@@ -39,6 +39,8 @@ TEST(Options, DefaultToA1080p25PatternWithStereo)
     EXPECT_EQ(options.sampleRate, 48000);
     EXPECT_FALSE(options.frames);
     EXPECT_FALSE(options.seconds);
+    EXPECT_EQ(0, options.clockPpm);
+    EXPECT_EQ(0, options.audioClockPpm);
 }
 
 TEST(Options, ReadEveryValue)
@@ -71,6 +73,16 @@ TEST(Options, ProgressiveOverridesAFilesOwnScan)
 TEST(Options, DurationIsInSeconds)
 {
     EXPECT_EQ(parse("--duration 2.5").seconds, 2.5);
+}
+
+TEST(Options, TheSoundHasThePicturesClockUnlessItIsGivenItsOwn)
+{
+    EXPECT_EQ(-300, parse("--clock-ppm -300").clockPpm);
+    EXPECT_EQ(-300, parse("--clock-ppm -300").audioClockPpm);
+    EXPECT_EQ(300, parse("--clock-ppm 300 --audio-clock-ppm 0").clockPpm);
+    EXPECT_EQ(0, parse("--clock-ppm 300 --audio-clock-ppm 0").audioClockPpm);
+    EXPECT_EQ(0, parse("--audio-clock-ppm 10000").clockPpm);
+    EXPECT_EQ(10000, parse("--audio-clock-ppm 10000").audioClockPpm);
 }
 
 TEST(Options, AFilmHasNoToneUnlessASoundFileIsNamed)
@@ -117,6 +129,10 @@ INSTANTIATE_TEST_SUITE_P(
                     WrongUse{"--format uyvy", {"--format", "UYVY, BGRA or BGRX"}},
                     WrongUse{"--channels 0", {"--channels"}}, WrongUse{"--channels 65", {"--channels", "64"}},
                     WrongUse{"--sample-rate 12", {"--sample-rate"}}, WrongUse{"--frames 0", {"--frames"}},
+                    WrongUse{"--clock-ppm 10001", {"--clock-ppm", "'10001'", "-10000 to 10000"}},
+                    WrongUse{"--clock-ppm -10001", {"--clock-ppm"}}, WrongUse{"--clock-ppm 0.5", {"--clock-ppm"}},
+                    WrongUse{"--audio-clock-ppm 10001", {"--audio-clock-ppm"}},
+                    WrongUse{"--audio-clock-ppm fast", {"--audio-clock-ppm", "'fast'"}},
                     WrongUse{"--frames many", {"--frames", "'many'"}}, WrongUse{"--duration 0", {"--duration"}},
                     WrongUse{"--duration nan", {"--duration"}}, WrongUse{"--duration 1e300", {"--duration"}},
                     WrongUse{"--frames 5 --duration 5", {"--frames", "--duration"}},

@@ -20,6 +20,7 @@ constexpr int MostFramesPerSecond = 1000;
 constexpr int MostToneChannels = 64;
 constexpr int LowestToneRate = 8000;
 constexpr int HighestToneRate = 384000;
+constexpr int MostClockPpm = 10000;
 constexpr qint64 MostMetadata = 1 << 20; // bytes
 
 struct FormatName {
@@ -109,6 +110,9 @@ Usage usage()
                 {"progressive", "Publish progressive frames. Default, unless the file says otherwise."},
                 {"channels", "Channels of the tone. Default: 2.", "number"},
                 {"sample-rate", "Sample rate of the tone. Default: 48000.", "Hz"},
+                {"clock-ppm",
+                 "Let the sender's clock run fast by so many parts in a million; below 0: slow. Default: 0.", "number"},
+                {"audio-clock-ppm", "The same for the sound alone. Default: as --clock-ppm.", "number"},
                 {"no-audio", "Publish no audio."},
                 {"no-video", "Publish no video."},
                 {"frames", "End after so many frames.", "number"},
@@ -170,6 +174,10 @@ Options optionsOf(const CommandLine &line)
         options.channels = line.integer("channels", 1, MostToneChannels);
     if (line.has("sample-rate"))
         options.sampleRate = line.integer("sample-rate", LowestToneRate, HighestToneRate);
+    if (line.has("clock-ppm"))
+        options.clockPpm = line.integer("clock-ppm", -MostClockPpm, MostClockPpm);
+    options.audioClockPpm =
+        line.has("audio-clock-ppm") ? line.integer("audio-clock-ppm", -MostClockPpm, MostClockPpm) : options.clockPpm;
     if (line.has("frames"))
         options.frames = line.frames("frames");
     if (line.has("duration"))

@@ -38,6 +38,10 @@ struct Options {
     int channels = 2;
     int sampleRate = 48000; // Hz
 
+    // By how many parts in a million the sender's clock runs fast, for the picture and for the sound.
+    int clockPpm = 0;
+    int audioClockPpm = 0;
+
     std::optional<std::int64_t> frames; // end after so many
     std::optional<double> seconds;      // end after so long
     std::string metadata;               // UTF-8, sent to every new connection and then once a second

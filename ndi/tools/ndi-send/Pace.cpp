@@ -16,29 +16,28 @@ constexpr std::chrono::seconds LatestFrame{1};
 
 } // namespace
 
-std::chrono::steady_clock::duration Pace::startOf(std::int64_t frame) const
-{
-    using Hns = std::chrono::duration<std::int64_t, std::ratio<1, pattern::HnsPerSecond>>;
-    return std::chrono::duration_cast<Clock::duration>(Hns(m_rate.frameStart(frame, pattern::HnsPerSecond)));
-}
-
-bool Pace::waitFor(std::int64_t frame)
+bool Pace::waitFor(Hns due)
 {
     auto now = Clock::now();
-    if (!m_started) {
-        m_started = true;
-        m_start = now - startOf(frame);
-    }
-
-    const auto due = m_start + startOf(frame);
-    if (now - due > startOf(1))
-        ++m_lateFrames;
-    if (now - due > std::max<Clock::duration>(LatestFrame, 2 * startOf(1)))
-        m_start = now - startOf(frame);
-
-    for (; now < due && !nditools::interrupted(); now = Clock::now())
-        std::this_thread::sleep_until(std::min<Clock::time_point>(due, now + LongestSleep));
+    const auto until = turn(due, now);
+    for (; now < until && !nditools::interrupted(); now = Clock::now())
+        std::this_thread::sleep_until(std::min<Clock::time_point>(until, now + LongestSleep));
     return !nditools::interrupted();
+}
+
+Pace::Clock::time_point Pace::turn(Hns due, Clock::time_point now)
+{
+    const auto startNow = [&] { m_start = now - std::chrono::duration_cast<Clock::duration>(due); };
+    if (!m_started)
+        startNow();
+    m_started = true;
+
+    const auto late = now - m_start - due;
+    if (late > m_frameDuration)
+        ++m_lateFrames;
+    if (late > std::max<Hns>(LatestFrame, 2 * m_frameDuration))
+        startNow();
+    return m_start + std::chrono::duration_cast<Clock::duration>(due);
 }
 
 } // namespace ndisend

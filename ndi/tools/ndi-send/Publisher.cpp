@@ -6,6 +6,7 @@
 #include "ndi/tools/ndi-send/Pace.h"
 #include "ndi/tools/ndi-send/TallyWatcher.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace ndisend
@@ -68,40 +69,51 @@ void Publisher::publishFrames(const TallyWatcher &watcher)
 {
     using Clock = std::chrono::steady_clock;
     const auto start = Clock::now();
-    Pace pace(m_rate);
-    std::int64_t frame = 0;
-    for (; !m_limit || frame < *m_limit; ++frame) {
-        if (!prepare(frame) || !pace.waitFor(frame))
-            break;
-        sendMetadata(frame, watcher.record().connections);
-        sendAudio(frame);
-        sendVideo(frame);
+    Pace pace(dueTime(1, m_rate, 0));
+    const auto isAtLimit = [this] { return m_limit && leading().frame == *m_limit; };
+    while (!isAtLimit() && publishNext(pace, watcher)) {
     }
     // The sender may still hold the last picture, which belongs to the source.
     if (m_video)
         NDIlib_send_send_video_async_v2(m_sender.get(), nullptr);
 
-    m_summary.ended = QLatin1String(nditools::interrupted()        ? "interrupt"
-                                    : m_limit && frame == *m_limit ? "limit"
-                                                                   : "input");
+    m_summary.ended = QLatin1String(nditools::interrupted() ? "interrupt" : isAtLimit() ? "limit" : "input");
     m_summary.lateFrames = pace.lateFrames();
     m_summary.seconds = std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// False at the end of the input: that of the video file if there is one, else that of the audio file.
-bool Publisher::prepare(std::int64_t frame)
+// False at the end of the input and when the program is interrupted.
+bool Publisher::publishNext(Pace &pace, const TallyWatcher &watcher)
+{
+    if (!prepare())
+        return false;
+    const Hns videoDue = m_video ? dueTime(m_videoTurn.frame, m_rate, m_options.clockPpm) : Hns::max();
+    const Hns audioDue = m_audio ? dueTime(m_audioTurn.frame, m_rate, m_options.audioClockPpm) : Hns::max();
+    const Hns due = std::min(videoDue, audioDue);
+    if (!pace.waitFor(due))
+        return false;
+
+    if ((m_video ? videoDue : audioDue) == due)
+        sendMetadata(leading().frame, watcher.record().connections);
+    if (audioDue == due)
+        sendAudio();
+    if (videoDue == due)
+        sendVideo();
+    return true;
+}
+
+// What is next of picture and of sound. False at the end of the input: that of the video file if there is one, else
+// that of the audio file.
+bool Publisher::prepare()
 {
     try {
-        if (m_video && !m_video->prepare(frame))
+        if (m_video && !m_videoTurn.prepared && !m_video->prepare(m_videoTurn.frame))
             return false;
-        if (!m_audio)
-            return true;
-
-        const std::int64_t first = audioStart(frame);
-        const int count = static_cast<int>(audioStart(frame + 1) - first);
-        m_samples.resize(static_cast<std::size_t>(count) * static_cast<std::size_t>(m_audio->format().channels));
-        const bool more = m_audio->render(first, count, pattern::isFlashFrame(frame, m_rate), m_samples.data());
-        return more || !m_options.videoFile.isEmpty();
+        m_videoTurn.prepared = true;
+        if (m_audio && !m_audioTurn.prepared && !prepareAudio(m_audioTurn.frame))
+            return false;
+        m_audioTurn.prepared = true;
+        return true;
     } catch (const Failure &) {
         // Whoever interrupts a pipeline cuts its last frame short.
         if (nditools::interrupted())
@@ -110,15 +122,22 @@ bool Publisher::prepare(std::int64_t frame)
     }
 }
 
+bool Publisher::prepareAudio(std::int64_t frame)
+{
+    const std::int64_t first = audioStart(frame);
+    const int count = static_cast<int>(audioStart(frame + 1) - first);
+    m_samples.resize(static_cast<std::size_t>(count) * static_cast<std::size_t>(m_audio->format().channels));
+    const bool more = m_audio->render(first, count, pattern::isFlashFrame(frame, m_rate), m_samples.data());
+    return more || !m_options.videoFile.isEmpty();
+}
+
 std::int64_t Publisher::audioStart(std::int64_t frame) const
 {
     return m_rate.frameStart(frame, m_audio->format().sampleRate);
 }
 
-void Publisher::sendVideo(std::int64_t frame)
+void Publisher::sendVideo()
 {
-    if (!m_video)
-        return;
     const VideoFormat format = m_video->format();
     const pattern::Picture picture = m_video->finish();
     NDIlib_video_frame_v2_t video;
@@ -130,17 +149,20 @@ void Publisher::sendVideo(std::int64_t frame)
     video.picture_aspect_ratio = format.aspect;
     video.frame_format_type =
         format.interlaced ? NDIlib_frame_format_type_interleaved : NDIlib_frame_format_type_progressive;
-    video.timecode = m_rate.frameStart(frame, pattern::HnsPerSecond);
+    video.timecode = m_rate.frameStart(m_videoTurn.frame, pattern::HnsPerSecond);
     video.p_data = picture.topLine;
     video.line_stride_in_bytes = static_cast<int>(picture.stride);
     video.p_metadata = textOrNull(m_options.frameMetadata);
     NDIlib_send_send_video_async_v2(m_sender.get(), &video);
     ++m_summary.videoFrames;
+    m_videoTurn = {m_videoTurn.frame + 1, false};
 }
 
-void Publisher::sendAudio(std::int64_t frame)
+void Publisher::sendAudio()
 {
-    if (!m_audio || m_samples.empty())
+    const std::int64_t first = audioStart(m_audioTurn.frame);
+    m_audioTurn = {m_audioTurn.frame + 1, false};
+    if (m_samples.empty())
         return;
     const AudioFormat format = m_audio->format();
     const int count = static_cast<int>(m_samples.size()) / format.channels;
@@ -148,7 +170,7 @@ void Publisher::sendAudio(std::int64_t frame)
     audio.sample_rate = format.sampleRate;
     audio.no_channels = format.channels;
     audio.no_samples = count;
-    audio.timecode = pattern::FrameRate{format.sampleRate, 1}.frameStart(audioStart(frame), pattern::HnsPerSecond);
+    audio.timecode = pattern::FrameRate{format.sampleRate, 1}.frameStart(first, pattern::HnsPerSecond);
     audio.p_data = m_samples.data();
     audio.channel_stride_in_bytes = count * static_cast<int>(sizeof(float));
     audio.p_metadata = textOrNull(m_options.frameMetadata);

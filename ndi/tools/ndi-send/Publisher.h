@@ -1,7 +1,8 @@
 #pragma once
 
 // Sends the frames of the sources at their time. Frame n has the timecode n x frame duration; the sound that belongs
-// to it is sent just before it, cut at the frame boundaries, with the timecode of its first sample.
+// to it is cut at the frame boundaries and has the timecode of its first sample. By one clock it is sent just before
+// its frame; by clocks that differ each is sent at its own time.
 
 #include "ndi/tools/common/StatusLines.h"
 #include "ndi/tools/ndi-send/Options.h"
@@ -15,6 +16,7 @@
 namespace ndisend
 {
 
+class Pace;
 class TallyWatcher;
 
 class Publisher
@@ -38,10 +40,20 @@ private:
     };
     using Sender = std::unique_ptr<NDIlib_send_instance_type, DestroySender>;
 
+    // The next frame of picture or of sound.
+    struct Turn {
+        std::int64_t frame = 0;
+        bool prepared = false;
+    };
+
     void publishFrames(const TallyWatcher &watcher);
-    bool prepare(std::int64_t frame);
-    void sendVideo(std::int64_t frame);
-    void sendAudio(std::int64_t frame);
+    bool publishNext(Pace &pace, const TallyWatcher &watcher);
+    bool prepare();
+    bool prepareAudio(std::int64_t frame);
+    // The one that counts frames for limits and metadata.
+    const Turn &leading() const { return m_video ? m_videoTurn : m_audioTurn; }
+    void sendVideo();
+    void sendAudio();
     void sendMetadata(std::int64_t frame, int connections);
     std::int64_t audioStart(std::int64_t frame) const;
     std::string description() const;
@@ -53,6 +65,8 @@ private:
     const pattern::FrameRate m_rate;
     const std::optional<std::int64_t> m_limit; // frames
     Sender m_sender;
+    Turn m_videoTurn;
+    Turn m_audioTurn;
     std::vector<float> m_samples; // of the prepared frame
     int m_knownConnections = 0;
     Summary m_summary;
