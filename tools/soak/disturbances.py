@@ -1,10 +1,12 @@
-"""What happens to the senders while a bridge runs, one thing after the other, over and over."""
+"""What happens to the senders and to the host while a bridge runs, over and over."""
 
 import base64
 import dataclasses
 import itertools
+import random
 import signal
 import struct
+from typing import Optional
 
 
 @dataclasses.dataclass(frozen=True)
@@ -18,6 +20,18 @@ class Format:
 
     def __str__(self):
         return f"{self.pixels} {self.size} at {self.rate}"
+
+
+@dataclasses.dataclass(frozen=True)
+class Clock:
+    """By how many parts in a million a sender's clock runs fast; the sound as the picture unless it has its own."""
+
+    ppm: int = 0
+    audio_ppm: Optional[int] = None
+
+    def arguments(self):
+        own = [] if self.audio_ppm is None else ["--audio-clock-ppm", str(self.audio_ppm)]
+        return ["--clock-ppm", str(self.ppm), *own]
 
 
 # Small enough for two processors to carry with all receivers.
@@ -34,21 +48,24 @@ def enveloped(text):
 
 
 class Senders:
-    """The two senders of the scene. The first is what is disturbed."""
+    """The two senders of the scene, with the same clock. The first is what is disturbed."""
 
-    def __init__(self, programs, first_name, second_name, folder):
+    def __init__(self, programs, first_name, second_name, folder, clock):
         self._programs = programs
         self._first_name = first_name
+        self._clock = clock
         self._formats = itertools.cycle(FORMATS)
         self._format = next(self._formats)
         self._storm = folder / "storm.xml"
         self._storm.write_text(enveloped("storm " * 8192), encoding="ascii")
         self._first = None
         self._start_first()
-        self._second = programs.sender("second", "--name", second_name, *SECOND_FORMAT.arguments())
+        self._second = programs.sender("second", "--name", second_name, *SECOND_FORMAT.arguments(),
+                                       *self._clock.arguments())
 
     def _start_first(self, *extra):
-        self._first = self._programs.sender("first", "--name", self._first_name, *self._format.arguments(), *extra)
+        self._first = self._programs.sender("first", "--name", self._first_name, *self._format.arguments(),
+                                            *self._clock.arguments(), *extra)
 
     def restart(self):
         self._first.end()
@@ -82,7 +99,23 @@ def schedule(senders):
     return itertools.cycle((senders.restart, senders.change_format, senders.kill, senders.storm_on_frames))
 
 
+HOLD_UP = "host held up"
+HOLD_UP_PAUSE_SECONDS = (10, 50)  # at the least and at the most
+HOLD_UP_SECONDS = (0.05, 2)
+
+
+def hold_ups(seed):
+    """Pairs without end: so many seconds after the one before, the host is stopped for so many.
+
+    Short ones are as likely as long ones: each doubling of the length has the same share.
+    """
+    dice = random.Random(seed)
+    least, most = HOLD_UP_SECONDS
+    while True:
+        yield dice.uniform(*HOLD_UP_PAUSE_SECONDS), least * (most / least) ** dice.random()
+
+
 # As the scene's log lines name what it does by itself.
 SCENE_KINDS = ("input switched", "output switched", "node metadata storm")
-KINDS = ("sender restarted", "sender killed", "format changed", "frame metadata storm", *SCENE_KINDS)
+KINDS = ("sender restarted", "sender killed", "format changed", "frame metadata storm", *SCENE_KINDS, HOLD_UP)
 SCENE_PREFIX = "qml: Disturbance: "

@@ -53,6 +53,14 @@ class Program:
         """The exit code, or None while it runs."""
         return self.process.poll()
 
+    def hold(self, seconds, stopped):
+        """Stops it for so long, or until stopped (a threading.Event) is set; it never stays stopped."""
+        try:
+            self.process.send_signal(signal.SIGSTOP)
+            stopped.wait(seconds)
+        finally:
+            self.process.send_signal(signal.SIGCONT)
+
     def end(self, how=signal.SIGTERM):
         """Asks it to end (kills it with SIGKILL), waits for that, and returns its exit code."""
         if self.process.poll() is None:

@@ -30,13 +30,14 @@ def summary(record, minutes, since):
     judgements = verdict.judge(record.samples, since)
     return {
         "minutes": minutes,
-        "allocatorKeeps": record.allocator_keeps,
+        **record.settings,
         "ended": record.ended,
         "flatFromMinute": since,
         "flat": verdict.is_flat(judgements),
         "failures": record.failures,
         "figures": judgements,
         "disturbances": dict(collections.Counter(kind for _, kind, _ in record.disturbances)),
+        "heldUpSeconds": {"all": sum(record.hold_ups), "longest": max(record.hold_ups, default=0)},
         "changedAfter": attribution.by_kind(record.samples, [mark[:2] for mark in record.disturbances], since),
         "lost": record.lost,
         "processorPercent": processor_percent(record.samples),

@@ -1,6 +1,7 @@
 """One run: starts the programs, disturbs them, takes the figures, until its time is over or it is told to stop."""
 
 import dataclasses
+import math
 import time
 
 import disturbances
@@ -18,12 +19,19 @@ TICK_SECONDS = 0.2
 class Record:
     """What a run has found so far, and how it was made."""
 
-    allocator_keeps: bool = False
+    settings: dict = dataclasses.field(default_factory=dict)  # as they stand in soak.json
     samples: list = dataclasses.field(default_factory=list)  # dictionaries of figures by key, with "minute"
     disturbances: list = dataclasses.field(default_factory=list)  # minute, kind, detail
+    hold_ups: list = dataclasses.field(default_factory=list)  # seconds
     failures: list = dataclasses.field(default_factory=list)  # sentences
     lost: dict = dataclasses.field(default_factory=dict)
     ended: str = "limit"
+
+
+def settings_of(options):
+    return {"allocatorKeeps": options.allocator_keeps, "clockPpm": options.clock_ppm,
+            "audioClockPpm": options.clock_ppm if options.audio_clock_ppm is None else options.audio_clock_ppm,
+            "holdUps": options.hold_ups, "seed": options.seed}
 
 
 class Run:
@@ -31,9 +39,10 @@ class Run:
 
     def __init__(self, programs, options, folder, scene, name):
         first, second, out = f"{name} A", f"{name} B", f"{name} out"
-        self.record = Record(options.allocator_keeps)
+        clock = disturbances.Clock(options.clock_ppm, options.audio_clock_ppm)
+        self.record = Record(settings_of(options))
         self._options = options
-        self._senders = disturbances.Senders(programs, first, second, folder)
+        self._senders = disturbances.Senders(programs, first, second, folder, clock)
         self._schedule = disturbances.schedule(self._senders)
         self._host = programs.host(scene, first, second, out, options.every * SCENE_SLOWNESS)
         self._watcher = receivers.Watcher(programs, out)
@@ -41,6 +50,8 @@ class Run:
         self._start = time.monotonic()
         self._next_sample = self._start
         self._next_disturbance = self._start + options.every
+        self._hold_ups = disturbances.hold_ups(options.seed) if options.hold_ups else iter(())
+        self._plan_hold_up(self._start)
         self._moments = [self._start]  # of disturbances; the start is one
 
     def minutes(self):
@@ -54,20 +65,22 @@ class Run:
             if stopped.wait(TICK_SECONDS):
                 self.record.ended = "interrupt"
                 break
-            self._step(time.monotonic())
+            self._step(time.monotonic(), stopped)
         if self.record.failures:
             self.record.ended = "failure"
         minutes = self.minutes()
         self._finish()
         return minutes
 
-    def _step(self, now):
+    def _step(self, now, stopped):
         self._check_programs()
         self._read_scene()
         self._watcher.poll()
         if now >= self._next_disturbance:
             self._next_disturbance += self._options.every
             self._disturb()
+        if now >= self._next_hold_up:
+            self._hold_up(stopped)
         if not self.record.failures and now >= self._next_sample:
             self._next_sample = now + self._options.sample
             self._take_sample()
@@ -91,6 +104,19 @@ class Run:
         self._note(moment, kind, detail)
         # The end of the old sender and the start of the new one may be seconds apart.
         self._moments.append(time.monotonic())
+
+    def _plan_hold_up(self, now):
+        pause, self._hold_up_seconds = next(self._hold_ups, (math.inf, 0))
+        self._next_hold_up = now + pause
+
+    def _hold_up(self, stopped):
+        begin = time.monotonic()
+        self._host.hold(self._hold_up_seconds, stopped)
+        end = time.monotonic()
+        self.record.hold_ups.append(end - begin)
+        self._note(begin, disturbances.HOLD_UP, f"{1000 * (end - begin):.0f} ms")
+        self._moments.append(end)
+        self._plan_hold_up(end)
 
     def _read_scene(self):
         for moment, line in self._host.lines():

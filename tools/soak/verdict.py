@@ -1,7 +1,13 @@
-"""Tells whether figures stay flat: a line through them by least squares, and how far its slope is from a limit."""
+"""Tells whether figures stay flat: a line through them by least squares, and how far its slope is from a limit.
+
+Of latency the medians at both ends are compared as well: a step that stays after a hold-up is found, however the line
+lies, and the few figures that a hold-up reaches move no median.
+"""
 
 import dataclasses
 import math
+import statistics
+from typing import Optional
 
 
 @dataclasses.dataclass(frozen=True)
@@ -12,8 +18,10 @@ class Limit:
     label: str
     unit: str
     per_minute: float
+    most_rise: Optional[float] = None  # from the median of the first quarter of the figures to that of the last
 
 
+LATENCY = Limit("latencyMs", "latency", "ms", 0.1, 20)
 LIMITS = (
     Limit("anonymousMiB", "memory of its own", "MiB", 0.1),
     Limit("rssMiB", "resident memory", "MiB", 0.2),
@@ -21,7 +29,7 @@ LIMITS = (
     Limit("threads", "threads", "", 0.1),
     Limit("sharedMappings", "mappings of shared memory", "", 0.1),
     Limit("sharedFiles", "files of shared memory", "", 0.1),
-    Limit("latencyMs", "latency", "ms", 0.1),
+    LATENCY,
 )
 
 # A line through fewer points says nothing.
@@ -64,14 +72,24 @@ def series(samples, key, since=0.0):
             if sample.get(key) is not None and sample["minute"] >= since]
 
 
+def rise(values, most):
+    """By how much the median of the last quarter is above that of the first; nothing for a figure without a limit."""
+    if most is None:
+        return {}
+    quarter = max(3, len(values) // 4)
+    first, last = (statistics.median(part) for part in (values[:quarter], values[-quarter:]))
+    return {"firstMedian": first, "lastMedian": last, "limitOfRise": most, "rises": last - first > most}
+
+
 def judge_one(points, limit):
-    """A figure grows when its slope is above the limit by more than twice its own error."""
+    """A figure grows when its slope is above the limit by more than twice its own error, or its median rises."""
     line = fit(points) if len(points) >= FEWEST_POINTS else None
     found = {"label": limit.label, "unit": limit.unit, "limitPerMinute": limit.per_minute, "points": len(points)}
     if line is None:
         return {**found, "flat": None}
     values = [value for _, value in points]
-    return {**found, "flat": line.slope - 2 * line.error <= limit.per_minute,
+    found.update(rise(values, limit.most_rise))
+    return {**found, "flat": line.slope - 2 * line.error <= limit.per_minute and not found.get("rises"),
             "slopePerMinute": line.slope, "slopeError": line.error, "start": line.start,
             "first": values[0], "last": values[-1], "least": min(values), "most": max(values)}
 
@@ -94,6 +112,10 @@ def sentence(judgement):
     word = "GROWS"
     if judgement["flat"]:
         word = "flat" if judgement["slopePerMinute"] <= judgement["limitPerMinute"] else "flat within its noise"
+    medians = ""
+    if "rises" in judgement:
+        medians = (f"; median {judgement['firstMedian']:.1f} at first, {judgement['lastMedian']:.1f} at last "
+                   f"(limit of the rise {judgement['limitOfRise']:g})")
     return (f"{judgement['label']}: {word}, {judgement['slopePerMinute']:+.3f}{unit} a minute "
             f"(error {judgement['slopeError']:.3f}, limit {judgement['limitPerMinute']:g}), "
-            f"{judgement['least']:.1f} to {judgement['most']:.1f}{unit}")
+            f"{judgement['least']:.1f} to {judgement['most']:.1f}{unit}{medians}")
