@@ -29,7 +29,7 @@ HRESULT MonitorSink::GetCharacteristics(DWORD *characteristics)
 {
     if (!characteristics)
         return E_POINTER;
-    *characteristics = MEDIASINK_FIXED_STREAMS;
+    *characteristics = MEDIASINK_FIXED_STREAMS | MEDIASINK_RATELESS;
     return S_OK;
 }
 

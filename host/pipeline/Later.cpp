@@ -36,7 +36,10 @@ private:
 HRESULT runLater(unsigned milliseconds, std::function<void()> function)
 {
     const auto callback = createObject<LaterCallback>(std::move(function));
-    return callback ? MFScheduleWorkItem(callback, nullptr, -static_cast<INT64>(milliseconds), nullptr) : E_OUTOFMEMORY;
+    if (!callback)
+        return E_OUTOFMEMORY;
+    return milliseconds == 0 ? MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_STANDARD, callback, nullptr)
+                             : MFScheduleWorkItem(callback, nullptr, -static_cast<INT64>(milliseconds), nullptr);
 }
 
 } // namespace host

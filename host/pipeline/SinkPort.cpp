@@ -1,5 +1,6 @@
 #include "host/pipeline/SinkPort.h"
 
+#include "host/pipeline/Later.h"
 #include "host/pipeline/StreamFeed.h"
 
 #include <mferror.h>
@@ -7,13 +8,36 @@
 namespace host
 {
 
-SinkPort::SinkPort(IMFStreamSink *sink, Callbacks callbacks) : m_sink(sink), m_callbacks(std::move(callbacks)) {}
+namespace
+{
+
+// A sink that is not, sends what it gets at the rate of the stream.
+bool isRateless(IMFStreamSink *stream)
+{
+    CComPtr<IMFMediaSink> sink;
+    DWORD characteristics = MEDIASINK_RATELESS;
+    return FAILED(stream->GetMediaSink(&sink)) || FAILED(sink->GetCharacteristics(&characteristics)) ||
+           (characteristics & MEDIASINK_RATELESS) != 0;
+}
+
+} // namespace
+
+SinkPort::SinkPort(IMFStreamSink *sink, Callbacks callbacks, std::shared_ptr<SinkActivity> activity,
+                   const QString &name)
+    : m_sink(sink), m_callbacks(std::move(callbacks)), m_handover(name, std::move(activity))
+{
+}
 
 SinkPort::~SinkPort() = default;
 
 HRESULT SinkPort::open()
 {
+    m_paced = !isRateless(m_sink);
     const std::weak_ptr<SinkPort> weak = weak_from_this();
+    m_handover.open([weak](const SampleLoans::Term &term) {
+        if (const std::shared_ptr<SinkPort> port = weak.lock())
+            port->onReturn(term);
+    });
     return m_pump.start(m_sink, [weak](MediaEventType type, IMFMediaEvent *event) {
         if (const std::shared_ptr<SinkPort> port = weak.lock())
             port->onEvent(type, event);
@@ -24,6 +48,7 @@ void SinkPort::close()
 {
     m_pump.stop();
     setFeed(nullptr);
+    m_handover.close();
 }
 
 HRESULT SinkPort::adopt(IMFMediaType *type)
@@ -38,6 +63,7 @@ HRESULT SinkPort::adopt(IMFMediaType *type)
     hr = handler->SetCurrentMediaType(type);
     if (FAILED(hr))
         return hr;
+    m_handover.setRate(DeclaredRate(type));
     const std::lock_guard<std::mutex> guard(m_lock);
     m_type = type;
     return S_OK;
@@ -47,13 +73,18 @@ void SinkPort::setFeed(const std::shared_ptr<StreamFeed> &feed)
 {
     const std::lock_guard<std::mutex> delivery(m_delivery);
     const std::lock_guard<std::mutex> guard(m_lock);
+    if (m_feed.lock() != feed)
+        m_handover.dropWaiting(); // a sample of the stream before
     m_feed = feed;
 }
 
 HRESULT SinkPort::adoptFrom(const StreamFeed &source, IMFMediaType *type)
 {
     const std::lock_guard<std::mutex> delivery(m_delivery);
-    return feed().get() == &source ? adopt(type) : S_FALSE;
+    if (feed().get() != &source)
+        return S_FALSE;
+    passOnAtOnce(); // what waits is of the type before
+    return adopt(type);
 }
 
 HRESULT SinkPort::deliver(const StreamFeed &source, IMFSample *sample)
@@ -61,7 +92,7 @@ HRESULT SinkPort::deliver(const StreamFeed &source, IMFSample *sample)
     {
         const std::lock_guard<std::mutex> delivery(m_delivery);
         if (feed().get() == &source)
-            return m_sink->ProcessSample(sample);
+            return m_sink->ProcessSample(m_handover.lend(sample));
         ++m_wanted; // the sink waits on
     }
     if (const std::shared_ptr<StreamFeed> other = feed())
@@ -69,11 +100,23 @@ HRESULT SinkPort::deliver(const StreamFeed &source, IMFSample *sample)
     return S_FALSE;
 }
 
+HRESULT SinkPort::offer(const StreamFeed &source, IMFSample *sample)
+{
+    const std::lock_guard<std::mutex> delivery(m_delivery);
+    if (feed().get() != &source)
+        return S_FALSE;
+    m_handover.arrive(sample);
+    passOn();
+    return S_OK;
+}
+
 void SinkPort::placeMarker(const StreamFeed &source, MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value)
 {
     const std::lock_guard<std::mutex> delivery(m_delivery);
-    if (feed().get() == &source)
-        m_sink->PlaceMarker(marker, value, nullptr);
+    if (feed().get() != &source)
+        return;
+    passOnAtOnce();
+    m_sink->PlaceMarker(marker, value, nullptr);
 }
 
 void SinkPort::onEvent(MediaEventType type, IMFMediaEvent *event)
@@ -89,6 +132,7 @@ void SinkPort::onEvent(MediaEventType type, IMFMediaEvent *event)
     case MEStreamSinkStopped:
         m_started = false;
         m_wanted = 0;
+        m_handover.dropWaiting();
         break;
     case MEStreamSinkRequestSample:
         ++m_wanted;
@@ -110,8 +154,61 @@ void SinkPort::onEvent(MediaEventType type, IMFMediaEvent *event)
     }
     if (FAILED(status) || type == MEError)
         return m_callbacks.failed(FAILED(status) ? status : E_FAIL);
+    advance();
+}
+
+void SinkPort::onReturn(const SampleLoans::Term &term)
+{
+    // Elsewhere: the thread that has let go of the sample may be in the middle of a call of this very port.
+    if (m_handover.comeBack(term) && m_paced)
+        advanceLater(0);
+}
+
+void SinkPort::advanceLater(unsigned delay)
+{
+    runLater(delay, [weak = weak_from_this()] {
+        const std::shared_ptr<SinkPort> port = weak.lock();
+        if (!port)
+            return;
+        port->m_recheckIsDue = false;
+        port->advance();
+    });
+}
+
+void SinkPort::advance()
+{
+    {
+        const std::lock_guard<std::mutex> delivery(m_delivery);
+        passOn();
+    }
     if (const std::shared_ptr<StreamFeed> source = feed())
         source->ask();
+}
+
+void SinkPort::passOn()
+{
+    if (!m_started || !m_handover.hasWaiting())
+        return;
+    if (m_handover.mayGo() && takeRequest()) {
+        m_sink->ProcessSample(m_handover.takeWaiting());
+        return;
+    }
+    const unsigned delay = m_handover.recheckDelay();
+    if (delay > 0 && !m_recheckIsDue.exchange(true))
+        advanceLater(delay);
+}
+
+// Before what may not overtake it: a marker, a type.
+void SinkPort::passOnAtOnce()
+{
+    if (m_started && m_handover.hasWaiting() && takeRequest())
+        m_sink->ProcessSample(m_handover.takeWaiting());
+    m_handover.dropWaiting();
+}
+
+unsigned SinkPort::wanted() const
+{
+    return m_paced && m_handover.isFull() ? 0 : m_wanted.load();
 }
 
 bool SinkPort::takeRequest()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "host/pipeline/EventPump.h"
+#include "host/pipeline/Handover.h"
 
 #include <mfidl.h>
 
@@ -16,8 +17,14 @@ class StreamFeed;
 
 // A stream sink as the downstream end of a connection: counts the samples it asks for and tells the feed about them.
 //
-// Made and closed on the graph's thread; events arrive on work queue threads. Callbacks are called there too. Requests
-// outlive a change of feed, so a sink goes on with a new source where the old one left it waiting.
+// Samples reach the sink as tracked samples of the port's own, so the port knows how many the sink holds and for how
+// long. A sink that is not rateless sends at the declared rate and is late for good once it has been given too much: a
+// live stream's samples go to it at a pace (see StreamPace), and a stream that can wait is asked for no more than two.
+// A rateless sink paces its stream by its requests.
+//
+// Made and closed on the graph's thread; events and samples that come back arrive on other threads. Callbacks are
+// called there too. Requests outlive a change of feed, so a sink goes on with a new source where the old one left it
+// waiting.
 class SinkPort : public std::enable_shared_from_this<SinkPort>
 {
 public:
@@ -27,7 +34,9 @@ public:
         std::function<void()> needsClock;
     };
 
-    SinkPort(IMFStreamSink *sink, Callbacks callbacks);
+    // The activity is that of the media sink, for all of its ports. The name is for the log.
+    SinkPort(IMFStreamSink *sink, Callbacks callbacks,
+             std::shared_ptr<SinkActivity> activity = std::make_shared<SinkActivity>(), const QString &name = {});
     ~SinkPort();
 
     HRESULT open();
@@ -42,25 +51,42 @@ public:
     void setFeed(const std::shared_ptr<StreamFeed> &feed);
     HRESULT adoptFrom(const StreamFeed &feed, IMFMediaType *type);
 
-    // Whether the sink runs on its clock, and how many samples it waits for.
+    // Whether the sink runs on its clock, and how many samples a stream that can wait is to deliver.
     bool isStarted() const { return m_started; }
-    unsigned wanted() const { return m_wanted; }
+    unsigned wanted() const;
     // Takes one request off the count, for a sample that is about to be delivered; false when the sink waits for none.
     bool takeRequest();
     // For a request that was taken. S_FALSE when the sink has another feed by now, which is asked for a sample instead.
     HRESULT deliver(const StreamFeed &feed, IMFSample *sample);
+    // Whether a live stream's samples are to be offered, all of them as they come.
+    bool takesOffers() const { return m_paced && m_started; }
+    // A live stream's next sample: goes to the sink now, or later, or is left out. S_FALSE when the sink has another
+    // feed.
+    HRESULT offer(const StreamFeed &feed, IMFSample *sample);
     void placeMarker(const StreamFeed &feed, MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value);
+
+    PortFigures figures() const { return m_handover.figures(); }
 
 private:
     void onEvent(MediaEventType type, IMFMediaEvent *event);
+    void onReturn(const SampleLoans::Term &term);
     std::shared_ptr<StreamFeed> feed() const;
+    // Has the sample that waits looked at again, and the feed asked for more, on another thread.
+    void advanceLater(unsigned delay);
+    void advance();
+    // These need m_delivery held.
+    void passOn();
+    void passOnAtOnce();
 
     const CComPtr<IMFStreamSink> m_sink;
     const Callbacks m_callbacks;
+    bool m_paced = false; // fixed from open() on
+    Handover m_handover;
     EventPump m_pump;
     std::atomic<bool> m_started{false};
     std::atomic<unsigned> m_wanted{0};
-    std::mutex m_delivery; // held while a feed calls the sink; taken before m_lock
+    std::atomic<bool> m_recheckIsDue{false}; // advance() is on its way for the sample that waits
+    std::mutex m_delivery;                   // held while a feed calls the sink; taken before m_lock
     mutable std::mutex m_lock;
     std::weak_ptr<StreamFeed> m_feed; // guarded by m_lock
     CComPtr<IMFMediaType> m_type;     // guarded by m_lock: adopted last

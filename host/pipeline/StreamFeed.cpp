@@ -6,6 +6,8 @@
 
 #include <mferror.h>
 
+#include <algorithm>
+
 namespace host
 {
 
@@ -166,7 +168,7 @@ void StreamFeed::onSample(IMFMediaEvent *event)
     bool isBacklog = false;
     {
         const std::lock_guard<std::mutex> order(m_order);
-        std::shared_ptr<SinkPort> sink;
+        Receiver sink;
         {
             const std::lock_guard<std::mutex> guard(m_lock);
             if (m_asked > 0)
@@ -176,7 +178,7 @@ void StreamFeed::onSample(IMFMediaEvent *event)
             if (isBacklog)
                 m_waiting = sample;
             else
-                sink = waitingSink(); // under this lock, lest ask() takes the sink for waiting for one more in between
+                sink = receiver(); // under this lock, lest ask() takes the sink for waiting for one more in between
         }
         handOver(sink, sample);
     }
@@ -200,28 +202,34 @@ void StreamFeed::handOverWaiting(IMFSample *only)
     {
         CComPtr<IMFSample> sample;
         const std::lock_guard<std::mutex> order(m_order);
-        std::shared_ptr<SinkPort> sink;
+        Receiver sink;
         {
             const std::lock_guard<std::mutex> guard(m_lock);
             if (!m_waiting || (only && m_waiting != only))
                 return;
             sample.Attach(m_waiting.Detach());
-            sink = waitingSink();
+            sink = receiver();
         }
         handOver(sink, sample);
     }
     ask();
 }
 
-void StreamFeed::handOver(const std::shared_ptr<SinkPort> &sink, IMFSample *sample)
+void StreamFeed::handOver(const Receiver &sink, IMFSample *sample)
 {
-    if (sink && sample && sink->deliver(*this, sample) == S_OK)
+    if (!sink.port || !sample)
+        return;
+    if ((sink.takesOffer ? sink.port->offer(*this, sample) : sink.port->deliver(*this, sample)) == S_OK)
         ++m_delivered;
 }
 
-std::shared_ptr<SinkPort> StreamFeed::waitingSink() const
+StreamFeed::Receiver StreamFeed::receiver() const
 {
-    return m_port && m_port->takeRequest() ? m_port : nullptr;
+    if (!m_port)
+        return {};
+    if (m_live && m_port->takesOffers())
+        return {m_port, true};
+    return {m_port->takeRequest() ? m_port : nullptr, false};
 }
 
 void StreamFeed::onTypeChanged(IMFMediaEvent *event)
@@ -254,6 +262,8 @@ void StreamFeed::onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker)
 
 unsigned StreamFeed::wanted() const
 {
+    if (m_port && m_live && m_port->takesOffers())
+        return std::max(1U, m_port->wanted());
     if (m_port && (m_port->isStarted() || !m_live))
         return m_port->wanted();
     return 1;

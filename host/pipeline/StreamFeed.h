@@ -19,6 +19,8 @@ class SinkPort;
 // the sink waits for, and hands over samples, type changes, gaps and the end in the order in which the stream sends
 // them.
 //
+// A live stream's samples are all offered to a sink that runs and has a pace; its port says which of them go.
+//
 // A stream whose sink is not there is drained, one sample at a time, and a live one also while its sink does not run: a
 // live source captures all its streams at once, and what nobody takes would pile up in it. Of what had piled up when
 // the stream was started the sink gets the last alone, when nothing follows it.
@@ -61,6 +63,12 @@ public:
     unsigned long long delivered() const { return m_delivered; }
 
 private:
+    // Where the next sample goes.
+    struct Receiver {
+        std::shared_ptr<SinkPort> port; // null: nowhere
+        bool takesOffer = false;        // else a request was taken for the sample
+    };
+
     void onEvent(MediaEventType type, IMFMediaEvent *event);
     void onSample(IMFMediaEvent *event);
     void onTypeChanged(IMFMediaEvent *event);
@@ -70,11 +78,11 @@ private:
     // The last of the backlog, if there is one and, where one is named, it is that one.
     void handOverWaiting(IMFSample *only = nullptr);
     // This needs m_order held.
-    void handOver(const std::shared_ptr<SinkPort> &sink, IMFSample *sample);
+    void handOver(const Receiver &sink, IMFSample *sample);
     // These need m_lock held.
     unsigned wanted() const;
-    // The sink, if it waits for a sample; from then on for one less.
-    std::shared_ptr<SinkPort> waitingSink() const;
+    // The sink, if it takes offers, or waits for a sample; from then on for one less.
+    Receiver receiver() const;
 
     const bool m_live;
     const Callbacks m_callbacks;
