@@ -2,6 +2,7 @@
 
 #include "host/Log.h"
 #include "host/ResultText.h"
+#include "host/graph/Sender.h"
 
 namespace host
 {
@@ -115,7 +116,7 @@ void Pipeline::add(MediaNode *node)
 
 bool Pipeline::mayCreate(const MediaNode *node) const
 {
-    if (!hasLinks(node))
+    if (!hasLinks(node) || lacksSender(node))
         return false;
     for (int index = 0; index < node->inputCount(); ++index) {
         const NodeInput *const input = node->getInput(index);

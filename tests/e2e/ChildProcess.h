@@ -3,6 +3,7 @@
 #include "tests/e2e/TimeLimits.h"
 #include "tests/support/StartedProcess.h"
 
+#include <QtCore/QByteArray>
 #include <QtCore/QElapsedTimer>
 #include <QtCore/QProcess>
 #include <QtCore/QString>
@@ -12,9 +13,10 @@
 class Child
 {
 public:
-    Child(const char *program, const QStringList &arguments)
+    Child(const char *program, const QStringList &arguments,
+          QProcess::ProcessChannelMode mode = QProcess::ForwardedErrorChannel)
     {
-        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.setProcessChannelMode(mode);
         startProcess(m_process, QLatin1String(program), arguments);
     }
     ~Child() { kill(); }
@@ -48,6 +50,18 @@ inline bool tells(Child &child, const char *text, int times = 1)
             return false;
     }
     return false;
+}
+
+// All that the program prints until a line holds that text, or until there is none in time.
+inline QByteArray outputUntil(Child &child, const char *text)
+{
+    QElapsedTimer elapsed;
+    elapsed.start();
+    QByteArray output;
+    while (!output.contains(text) && elapsed.elapsed() < Patience &&
+           (child.process().canReadLine() || child.process().waitForReadyRead(Patience)))
+        output += child.process().readLine();
+    return output;
 }
 
 // Asks for the program's end, as Ctrl-C does, and waits for it.

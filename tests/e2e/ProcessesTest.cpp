@@ -47,6 +47,17 @@ TEST(Processes, ReceiveExampleShowsTheSendersPattern)
     EXPECT_EQ(QImage(folder.filePath("a.png")).size(), QSize(640, 360));
 }
 
+TEST(Processes, ReceiveExampleMakesItsSourceOnce)
+{
+    const QString name = uniqueName("once");
+    Child sender(TAVRIN_SEND_PROGRAM, senderArguments(name));
+    Child host(TAVRIN_HOST_PROGRAM, {"--verbose", TAVRIN_EXAMPLES "/receive.qml", name}, QProcess::MergedChannels);
+    const QByteArray log = outputUntil(host, "fps");
+    ASSERT_TRUE(log.contains("fps")) << log.constData();
+    EXPECT_EQ(1, log.count("NDI source created"));
+    EXPECT_EQ(0, log.count("Async source creation cancelled"));
+}
+
 TEST(Processes, TwoInputsExampleShowsOneSenderTwice)
 {
     const QTemporaryDir folder;

@@ -163,6 +163,26 @@ void ScriptedSource::createMediaObjects()
     setStatus(Created);
 }
 
+void SearchingSource::setInput(const FakeInput &input)
+{
+    if (input.name == m_input.name)
+        return;
+    m_input = input;
+    ask();
+    Q_EMIT inputChanged();
+}
+
+void SearchingSource::createMediaObjects()
+{
+    if (!m_input.name.isEmpty() && deafCreations == 0)
+        return ScriptedSource::createMediaObjects();
+    ++created;
+    if (m_input.name.isEmpty())
+        return;
+    --deafCreations;
+    setStatus(Creating);
+}
+
 bool KeepingConsumer::takes(IMFMediaType *type) const
 {
     const std::lock_guard<std::mutex> guard(m_lock);

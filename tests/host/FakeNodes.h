@@ -1,10 +1,14 @@
 #pragma once
 
-// Nodes whose behaviour a test writes down: a source that follows a script and a sink that keeps what it is given.
+// Nodes whose behaviour a test writes down: a source that follows a script, one that searches for its sender first, and
+// a sink that keeps what it is given.
 
 #include "host/monitor/SampleConsumer.h"
 #include "hostfw/ComPtr.h"
 #include "hostfw/MediaNode.h"
+
+#include <QtCore/QMetaType>
+#include <QtCore/QString>
 
 #include <mfidl.h>
 
@@ -60,6 +64,42 @@ public:
 
 private:
     CComPtr<IMFMediaSource> m_source;
+};
+
+// What names a sender in QML.
+class FakeInput
+{
+    Q_GADGET
+    Q_PROPERTY(QString name MEMBER name)
+
+public:
+    QString name;
+};
+Q_DECLARE_METATYPE(FakeInput)
+
+// A scripted source that makes nothing while its input has no name, and waits for its sender before it is created.
+class SearchingSource : public ScriptedSource
+{
+    Q_OBJECT
+    Q_PROPERTY(FakeInput input READ input WRITE setInput NOTIFY inputChanged)
+    Q_PROPERTY(NodeOutput *videoOutput READ video CONSTANT)
+    Q_PROPERTY(NodeOutput *audioOutput READ audio CONSTANT)
+
+public:
+    FakeInput input() const { return m_input; }
+    void setInput(const FakeInput &input);
+    Q_INVOKABLE FakeInput named(const QString &name) const { return {name}; }
+
+    // Creations that never hear the sender before one does.
+    int deafCreations = 0;
+
+    void createMediaObjects() override;
+
+Q_SIGNALS:
+    void inputChanged();
+
+private:
+    FakeInput m_input;
 };
 
 // Keeps the order in which types and the first ten thousand samples came. Thread-safe.
