@@ -1,5 +1,7 @@
 #include "host/graph/NodeDriver.h"
 
+#include "host/Log.h"
+
 #include <algorithm>
 
 namespace host
@@ -9,12 +11,17 @@ namespace
 {
 constexpr int FirstRetry = 250; // milliseconds
 constexpr int LastRetry = 4000;
+// Looks are counted instead of the time: after a hold-up of this thread comes one look, not all that were missed, so
+// that a creation that has ended meanwhile is not given up.
+constexpr int LooksInPatience = 10;
 } // namespace
 
-NodeDriver::NodeDriver(MediaNode *node, std::function<bool()> mayCreate)
-    : m_node(node), m_pins(node), m_mayCreate(std::move(mayCreate))
+NodeDriver::NodeDriver(MediaNode *node, std::function<bool()> mayCreate, Search search)
+    : m_node(node), m_pins(node), m_mayCreate(std::move(mayCreate)), m_search(std::move(search))
 {
     m_retry.setSingleShot(true);
+    m_looks.setInterval(std::max(m_search.patience / LooksInPatience, 1));
+    connect(&m_looks, &QTimer::timeout, this, &NodeDriver::lookForSender);
     connect(&m_retry, &QTimer::timeout, this, &NodeDriver::recreate);
     connect(&m_pins, &PinWatch::changed, this, [this] {
         m_hasNewLinks = true;
@@ -53,6 +60,7 @@ void NodeDriver::request()
     if (!m_active || m_queued || !m_node)
         return;
     m_queued = true;
+    m_isTold = false;
     m_retry.stop();
     if (m_state != State::Ready)
         m_state = State::Requested;
@@ -82,6 +90,7 @@ void NodeDriver::recreate()
     m_state = State::Creating;
     m_made = true;
     m_hasNewLinks = false;
+    m_looks.start();
     m_node->createMediaObjects();
     if (m_state == State::Creating)
         onStatusChanged();
@@ -90,6 +99,8 @@ void NodeDriver::recreate()
 void NodeDriver::destroy()
 {
     m_state = State::Off;
+    m_looks.stop();
+    m_listedLooks = 0;
     if (!m_made)
         return;
     m_made = false;
@@ -114,6 +125,8 @@ void NodeDriver::onStatusChanged()
     if (m_state != State::Creating || m_node->status() != MediaNode::Created || m_node->takeMfNodes().empty())
         return;
     m_state = State::Ready;
+    m_looks.stop();
+    m_isTold = false;
     m_pins.joinLast();
     Q_EMIT created();
 }
@@ -126,6 +139,22 @@ void NodeDriver::onNodeGone()
     m_state = State::Off;
     m_active = false;
     m_retry.stop();
+    m_looks.stop();
+}
+
+void NodeDriver::lookForSender()
+{
+    if (m_state != State::Creating)
+        return;
+    const QString sender = m_search.listedSender();
+    m_listedLooks = sender.isEmpty() ? 0 : m_listedLooks + 1;
+    if (m_listedLooks < LooksInPatience)
+        return;
+    if (!m_isTold)
+        qCWarning(lcHost).noquote() << m_node.data() << "does not hear" << sender
+                                    << "though it is listed; it is made anew until it does";
+    m_isTold = true;
+    recreate();
 }
 
 } // namespace host

@@ -5,6 +5,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
+#include <QtCore/QString>
 #include <QtCore/QTimer>
 
 #include <functional>
@@ -13,7 +14,8 @@ namespace host
 {
 
 // Leads one node through its life: makes its media objects when the node or the graph asks for them, once for any
-// number of requests, and tries again after failures, each time a little later. Lives on the node's thread.
+// number of requests, and tries again after failures, each time a little later. A creation that waits for a sender
+// although that is listed is begun anew. Lives on the node's thread.
 class NodeDriver : public QObject
 {
     Q_OBJECT
@@ -27,8 +29,14 @@ public:
         Failed     // will be tried again
     };
 
-    // `mayCreate` tells whether the node has what it needs: links, and types on its inputs.
-    NodeDriver(MediaNode *node, std::function<bool()> mayCreate);
+    // An NDI finder that is made while another one lives may hear of no sender for minutes; the next one usually does.
+    struct Search {
+        std::function<QString()> listedSender; // the name of the node's sender while that is listed, else empty
+        int patience = 5000;                   // milliseconds before a creation is begun anew
+    };
+
+    // `mayCreate` tells whether the node has what it needs: links, a sender, and types on its inputs.
+    NodeDriver(MediaNode *node, std::function<bool()> mayCreate, Search search);
     ~NodeDriver() override;
 
     MediaNode *node() const { return m_node; }
@@ -59,18 +67,24 @@ private:
     void destroy();
     void onStatusChanged();
     void onNodeGone();
+    // Makes the node anew when its sender has been listed for all of the patience.
+    void lookForSender();
 
     QPointer<MediaNode> m_node;
     PinWatch m_pins;
     const std::function<bool()> m_mayCreate;
+    const Search m_search;
     QTimer m_retry;
+    QTimer m_looks;
     State m_state = State::Off;
     bool m_active = false;
     bool m_queued = false;
     bool m_made = false;        // createMediaObjects() was called since the last destroy
     bool m_hasNewLinks = false; // links have changed since then
     int m_failures = 0;
-    int m_delay = 0; // milliseconds before the attempt after the last failure
+    int m_delay = 0;       // milliseconds before the attempt after the last failure
+    int m_listedLooks = 0; // looks in a row that found the sender listed
+    bool m_isTold = false; // this wait is in the log
 };
 
 } // namespace host

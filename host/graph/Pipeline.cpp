@@ -25,7 +25,8 @@ bool hasLinks(const MediaNode *node)
 
 } // namespace
 
-Pipeline::Pipeline(QObject *parent) : QObject(parent), m_caller(std::make_shared<ObjectCaller>())
+Pipeline::Pipeline(int searchPatience, QObject *parent)
+    : QObject(parent), m_searchPatience(searchPatience), m_caller(std::make_shared<ObjectCaller>())
 {
     m_clockStart.setSingleShot(true);
     connect(&m_clockStart, &QTimer::timeout, this, [this] {
@@ -96,7 +97,9 @@ Pipeline::Entry *Pipeline::find(const MediaNode *node)
 void Pipeline::add(MediaNode *node)
 {
     Entry &entry = m_entries[node];
-    entry.driver = std::make_unique<NodeDriver>(node, [this, node] { return mayCreate(node); });
+    entry.driver = std::make_unique<NodeDriver>(
+        node, [this, node] { return mayCreate(node); },
+        NodeDriver::Search{[node] { return listedSender(node); }, m_searchPatience});
     connect(entry.driver.get(), &NodeDriver::created, this, [this, node] { onCreated(node); });
     connect(entry.driver.get(), &NodeDriver::aboutToDestroy, this, [this, node] { onDestroy(node); });
     connect(entry.driver.get(), &NodeDriver::linksChanged, this, [this, node] {

@@ -30,7 +30,8 @@ class Pipeline : public QObject
     Q_OBJECT
 
 public:
-    explicit Pipeline(QObject *parent = nullptr);
+    // A source that does not hear its sender although NDI.inputs lists it is made anew after so many milliseconds.
+    explicit Pipeline(int searchPatience = NodeDriver::Search().patience, QObject *parent = nullptr);
     ~Pipeline() override;
 
     // The nodes to run. Nodes that leave the list are destroyed first.
@@ -91,6 +92,7 @@ private:
     // Calls fail() for the node later, on the graph's thread, if its media objects are still those of now.
     std::function<void(const QString &)> failureReport(const Entry &entry);
 
+    const int m_searchPatience;
     EntryMap m_entries;
     GraphicsDevice m_device;
     GraphClock m_clock;

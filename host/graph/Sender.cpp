@@ -1,6 +1,7 @@
 #include "host/graph/Sender.h"
 
 #include <QtCore/QMetaProperty>
+#include <QtQml/QQmlEngine>
 
 namespace host
 {
@@ -26,6 +27,17 @@ bool lacksSender(const MediaNode *node)
 {
     const QVariant input = inputOf(node);
     return input.isValid() && nameOf(input).isEmpty();
+}
+
+QString listedSender(const MediaNode *node)
+{
+    const QVariant input = inputOf(node);
+    QQmlEngine *const engine = qmlEngine(node);
+    const int type = qmlTypeId("Multimedia.Tavrin", 1, 0, "NDI");
+    if (!input.isValid() || !engine || type < 0)
+        return {};
+    const QObject *const network = engine->singletonInstance<QObject *>(type);
+    return network && network->property("inputs").toList().contains(input) ? nameOf(input) : QString();
 }
 
 } // namespace host

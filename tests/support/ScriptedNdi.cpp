@@ -4,6 +4,7 @@
 #include <memory>
 
 struct NDIlib_find_instance_type {
+    bool isDeaf = false;
     uint64_t seenVersion = 0;
     std::vector<std::pair<std::string, std::string>> listed;
     std::vector<NDIlib_source_t> sources;
@@ -28,6 +29,7 @@ bool ScriptedNdi::reset()
                        m_calls.overlappingSendCalls == 0;
     m_calls = Calls();
     m_refuseInitialize = m_refuseFinders = m_refuseReceivers = m_refuseSenders = false;
+    m_deafFinders = 0;
     m_waitHook = m_interleaveHook = nullptr;
     m_holdSends = false;
     m_keepSent = true;
@@ -59,6 +61,12 @@ void ScriptedNdi::refuseFinders(bool refuse)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_refuseFinders = refuse;
+}
+
+void ScriptedNdi::deafenFinders(int count)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_deafFinders = count;
 }
 
 void ScriptedNdi::refuseReceivers(bool refuse)
@@ -172,7 +180,12 @@ struct ScriptedNdiAccess {
         if (script.m_refuseFinders)
             return nullptr;
         ++script.m_calls.findersMade;
-        return std::make_unique<NDIlib_find_instance_type>().release();
+        auto finder = std::make_unique<NDIlib_find_instance_type>();
+        if (script.m_deafFinders > 0) {
+            --script.m_deafFinders;
+            finder->isDeaf = true;
+        }
+        return finder.release();
     }
 
     static void destroyFinder(NDIlib_find_instance_t finder)
@@ -205,8 +218,9 @@ struct ScriptedNdiAccess {
         ++script.m_calls.waits;
         script.m_calls.waitTimeouts.push_back(timeout);
         script.m_changed.notify_all();
-        const bool changed = script.m_changed.wait_for(lock, std::chrono::milliseconds(timeout),
-                                                       [&] { return script.m_sourcesVersion != finder->seenVersion; });
+        const bool changed = script.m_changed.wait_for(lock, std::chrono::milliseconds(timeout), [&] {
+            return !finder->isDeaf && script.m_sourcesVersion != finder->seenVersion;
+        });
         finder->seenVersion = script.m_sourcesVersion;
         return changed;
     }
@@ -215,7 +229,8 @@ struct ScriptedNdiAccess {
     {
         ScriptedNdi &script = ScriptedNdi::instance();
         const std::lock_guard<std::mutex> lock(script.m_mutex);
-        finder->listed = script.m_sources;
+        if (!finder->isDeaf)
+            finder->listed = script.m_sources;
         finder->sources.clear();
         finder->sources.reserve(finder->listed.size() + 1);
         for (const auto &[name, address] : finder->listed) {

@@ -30,6 +30,8 @@ public:
     void setSources(std::vector<std::pair<std::string, std::string>> sources);
     void refuseInitialize(bool refuse);
     void refuseFinders(bool refuse);
+    // The next so many finders hear of no sender for as long as they live.
+    void deafenFinders(int count);
     void refuseReceivers(bool refuse);
     void refuseSenders(bool refuse);
 
@@ -137,6 +139,7 @@ private:
     Calls m_calls;
     bool m_refuseInitialize = false;
     bool m_refuseFinders = false;
+    int m_deafFinders = 0; // of those to be made
     bool m_refuseReceivers = false;
     std::function<void()> m_waitHook;
     std::function<void()> m_interleaveHook;
