@@ -2,7 +2,6 @@
 #include "ndi/local/EvenSteps.h"
 #include "ndi/local/FrameSlots.h"
 #include "ndi/local/IoThread.h"
-#include "ndi/local/Pacer.h"
 #include "ndi/local/PixelLayout.h"
 #include "ndi/local/ReceivedSlot.h"
 #include "tests/ndi/TakenPort.h"
@@ -11,7 +10,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <memory>
@@ -44,119 +42,6 @@ TEST(EvenSteps, IgnoreWhatIsNotPositive)
     steps.advance(1, 0);
     steps.advance(-1, -1);
     EXPECT_EQ(steps.position(), 0);
-}
-
-namespace
-{
-
-using std::chrono::milliseconds;
-using std::chrono::nanoseconds;
-using std::chrono::seconds;
-
-// Somebody who sends frames of one rate through a pacer, one after the other.
-class PacedCaller
-{
-public:
-    explicit PacedCaller(std::int64_t rate) : m_rate(rate) {}
-
-    // A frame that is there at that time; returns how long it is held up by the pacer and by the frames before it.
-    nanoseconds send(nanoseconds ready)
-    {
-        m_now = std::max(m_now, ready);
-        m_now += m_pacer.turn(m_now, 1, m_rate);
-        return m_now - ready;
-    }
-    // One that is there as soon as the frame before it is gone.
-    void sendNext() { send(m_now); }
-    nanoseconds now() const { return m_now; }
-    nanoseconds frameStart(std::int64_t frame) const { return start + nanoseconds(seconds(1)) * frame / m_rate; }
-
-    static constexpr nanoseconds start = seconds(1000);
-
-private:
-    const std::int64_t m_rate;
-    nanoseconds m_now = start;
-    Pacer m_pacer;
-};
-
-} // namespace
-
-TEST(Pacer, LetsTheFirstFrameThroughAtOnceAndTheOthersAtTheirRate)
-{
-    PacedCaller caller(25);
-    caller.sendNext();
-    EXPECT_EQ(caller.now(), PacedCaller::start);
-    for (int frame = 1; frame < 26; ++frame) {
-        caller.sendNext();
-        EXPECT_EQ(caller.now(), caller.frameStart(frame));
-    }
-}
-
-TEST(Pacer, LetsUpToHalfASecondOfWhatPiledUpBehindAStallThrough)
-{
-    PacedCaller caller(10);
-    caller.sendNext();
-    const nanoseconds end = caller.frameStart(9); // of the stall
-    for (int frame = 1; frame < 10; ++frame)
-        caller.send(end);
-    EXPECT_EQ(caller.now() - end, milliseconds(300)); // 8 frames of 100 ms less 500 ms
-}
-
-TEST(Pacer, HoldsALiveCallerUpNoLongerWhoseFirstFrameCameLate)
-{
-    PacedCaller caller(60);
-    EXPECT_EQ(caller.send(caller.frameStart(0) + milliseconds(48)), nanoseconds(0));
-    EXPECT_GT(caller.send(caller.frameStart(1)), milliseconds(40));
-    int frame = 2;
-    for (; frame < 60 * 4; ++frame)
-        caller.send(caller.frameStart(frame));
-    for (; frame < 60 * 60; ++frame)
-        ASSERT_EQ(caller.send(caller.frameStart(frame)), nanoseconds(0)) << frame;
-}
-
-TEST(Pacer, WorksOffABacklogThatALiveCallerBeginsWith)
-{
-    PacedCaller caller(60);
-    int frame = 0;
-    for (; frame < 18; ++frame)
-        caller.send(caller.frameStart(17)); // the oldest is 283 ms old
-    for (; frame < 60 * 20; ++frame)
-        caller.send(caller.frameStart(frame));
-    for (; frame < 60 * 60; ++frame)
-        ASSERT_EQ(caller.send(caller.frameStart(frame)), nanoseconds(0)) << frame;
-}
-
-TEST(Pacer, DoesNotHoldALiveCallerUpThatIsNowAndThenLate)
-{
-    PacedCaller caller(60);
-    const auto lateness = [](int frame) { return milliseconds(frame % 10 == 0 ? 5 : 0); };
-    int frame = 0;
-    for (; frame < 60 * 3; ++frame)
-        caller.send(caller.frameStart(frame) + lateness(frame));
-    for (; frame < 60 * 60; ++frame)
-        ASSERT_EQ(caller.send(caller.frameStart(frame) + lateness(frame)), nanoseconds(0)) << frame;
-}
-
-TEST(Pacer, HoldsNobodyUpWhoseClockIsALittleTheFasterOne)
-{
-    PacedCaller caller(60);
-    for (int frame = 0; frame < 60 * 3600 * 6; ++frame) {
-        const nanoseconds sinceStart = caller.frameStart(frame) - PacedCaller::start;
-        ASSERT_LT(caller.send(caller.frameStart(frame) - sinceStart / 10000), milliseconds(1)) << frame;
-    }
-}
-
-TEST(Pacer, LetsACallerThatWaitsForNothingElseGainHalfASecondAtTwoPercentAtMost)
-{
-    PacedCaller caller(25);
-    std::int64_t frame = 0;
-    for (; frame < 25 * 3600; ++frame) {
-        caller.sendNext();
-        const nanoseconds schedule = caller.frameStart(frame) - PacedCaller::start;
-        ASSERT_GE(caller.now() - PacedCaller::start, schedule - schedule / 50) << frame;
-        ASSERT_GE(caller.now() - PacedCaller::start, schedule - milliseconds(500) - schedule / 5000) << frame;
-        ASSERT_LE(caller.now() - PacedCaller::start, schedule) << frame;
-    }
 }
 
 TEST(IoThread, GoesOnAfterAHandlerThatThrows)
