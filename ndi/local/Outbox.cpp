@@ -21,16 +21,4 @@ std::deque<OutgoingFrame> Outbox::takeAll()
     return std::exchange(m_frames, {});
 }
 
-std::size_t queueLimit(MessageType type)
-{
-    switch (type) {
-    case MessageType::Video:
-        return 4;
-    case MessageType::Audio:
-        return 32;
-    default:
-        return 256;
-    }
-}
-
 } // namespace localndi

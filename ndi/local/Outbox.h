@@ -34,9 +34,6 @@ private:
     std::deque<OutgoingFrame> m_frames;
 };
 
-// How many frames of a kind may wait in a queue, at the sender or at a receiver.
-std::size_t queueLimit(MessageType type);
-
 // Removes the oldest frames of `type` beyond its limit. `typeOf` says what an element is.
 template <typename Queue, typename TypeOf>
 void dropOldest(Queue &queue, MessageType type, TypeOf typeOf)

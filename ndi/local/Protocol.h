@@ -103,6 +103,24 @@ struct TallyState {
     std::uint32_t onPreview;
 };
 
+// How many frames of a kind may wait in a queue, at the sender or at a receiver.
+constexpr std::size_t queueLimit(MessageType type)
+{
+    return type == MessageType::Metadata ? 256 : 9;
+}
+
+// How many slots of a kind a receiver keeps, those that its application holds and those in its queue.
+constexpr std::size_t keptLimit(MessageType type)
+{
+    return type == MessageType::Video ? 17 : 64;
+}
+
+// One more is on its way: while a receiver gives back what is beyond its limit, nothing waits for it at the sender.
+constexpr std::size_t announcedLimit(MessageType type)
+{
+    return keptLimit(type) + 1;
+}
+
 // Where the text of a frame begins in its slot.
 constexpr std::uint64_t metadataOffset(std::uint64_t dataSize)
 {

@@ -1,7 +1,5 @@
 #include "ndi/local/ReceiveQueue.h"
 
-#include "ndi/local/Outbox.h"
-
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -33,21 +31,21 @@ void ReceiveQueue::push(QueuedFrame frame)
     const auto type = frame.type;
     m_textBytes += frame.text.size();
     m_frames.push_back(std::move(frame));
+    if (m_frames.back().part == QueuedFrame::Part::Field0) {
+        m_frames.push_back(m_frames.back());
+        m_frames.back().part = QueuedFrame::Part::Field1;
+    }
     const auto dropped = makeRoom(type);
     lock.unlock(); // who waits takes it first thing; and the dropped frames give their slots back without it
     m_arrived.notify_all();
 }
 
-void ReceiveQueue::pushFields(QueuedFrame frame)
+bool ReceiveQueue::dropOldest(MessageType type)
 {
-    std::unique_lock lock(m_lock);
-    frame.part = QueuedFrame::Part::Field0;
-    m_frames.push_back(frame);
-    frame.part = QueuedFrame::Part::Field1;
-    m_frames.push_back(std::move(frame));
-    const auto dropped = makeRoom(MessageType::Video);
-    lock.unlock();
-    m_arrived.notify_all();
+    std::vector<QueuedFrame> dropped; // outlives the lock
+    const std::lock_guard lock(m_lock);
+    dropOldest(type, dropped);
+    return !dropped.empty();
 }
 
 std::optional<QueuedFrame> ReceiveQueue::pop(std::uint32_t kinds, std::chrono::milliseconds timeout)
@@ -59,31 +57,33 @@ std::optional<QueuedFrame> ReceiveQueue::pop(std::uint32_t kinds, std::chrono::m
     return frame;
 }
 
-// A second field goes with its first; one whose first was captured goes alone.
 std::vector<QueuedFrame> ReceiveQueue::makeRoom(MessageType type)
 {
     std::vector<QueuedFrame> dropped;
-    const auto isOfType = [type](const QueuedFrame &frame) { return frame.type == type; };
-    const auto countsAlone = [&](const QueuedFrame &frame) {
-        return isOfType(frame) && frame.part != QueuedFrame::Part::Field1;
-    };
-    auto count = static_cast<std::size_t>(std::count_if(m_frames.begin(), m_frames.end(), countsAlone));
     const auto isTooMuch = [&] {
-        return count > queueLimit(type) || (type == MessageType::Metadata && m_textBytes > maximumTextBytes);
+        const auto count = std::count_if(m_frames.begin(), m_frames.end(),
+                                         [type](const QueuedFrame &frame) { return frame.type == type; });
+        return static_cast<std::size_t>(count) > queueLimit(type) ||
+               (type == MessageType::Metadata && m_textBytes > maximumTextBytes);
     };
-    const auto dropOne = [&](const std::deque<QueuedFrame>::iterator &frame) {
-        count -= countsAlone(*frame) ? 1 : 0;
-        m_textBytes -= frame->text.size();
-        dropped.push_back(std::move(*frame));
-        return m_frames.erase(frame);
-    };
-    while (isTooMuch()) {
-        auto next = dropOne(std::find_if(m_frames.begin(), m_frames.end(), isOfType));
-        next = std::find_if(next, m_frames.end(), isOfType);
-        if (next != m_frames.end() && next->slot != nullptr && next->slot == dropped.back().slot)
-            dropOne(next);
-    }
+    while (isTooMuch())
+        dropOldest(type, dropped);
     return dropped;
+}
+
+// A second field goes with its first; one whose first was captured goes alone.
+void ReceiveQueue::dropOldest(MessageType type, std::vector<QueuedFrame> &dropped)
+{
+    const auto isOfType = [type](const QueuedFrame &frame) { return frame.type == type; };
+    auto oldest = std::find_if(m_frames.begin(), m_frames.end(), isOfType);
+    if (oldest == m_frames.end())
+        return;
+    const bool hasSecond = oldest->part == QueuedFrame::Part::Field0;
+    m_textBytes -= oldest->text.size();
+    dropped.push_back(std::move(*oldest));
+    oldest = m_frames.erase(oldest);
+    if (hasSecond)
+        m_frames.erase(std::find_if(oldest, m_frames.end(), isOfType));
 }
 
 std::optional<QueuedFrame> ReceiveQueue::take(std::uint32_t kinds)

@@ -28,21 +28,24 @@ struct QueuedFrame {
     std::int64_t timecode = 0;
 };
 
-// The frames of one receiver in the order of arrival, a few of each kind: the oldest go when nobody captures them.
+// The frames of one receiver in the order of arrival, the newest few of each kind: when nobody captures them, the
+// oldest go.
 //
 // Threads: any.
 class ReceiveQueue
 {
 public:
-    // The fields of an interlaced frame count as one.
+    // A first field brings its second along; each counts.
     void push(QueuedFrame frame);
-    void pushFields(QueuedFrame frame);
+    // False when there is none of the type.
+    bool dropOldest(MessageType type);
     // The oldest frame of the wanted kinds (bits of Kinds); waits for one at most `timeout`.
     std::optional<QueuedFrame> pop(std::uint32_t kinds, std::chrono::milliseconds timeout);
 
 private:
     // Returns what had to go.
     std::vector<QueuedFrame> makeRoom(MessageType type);
+    void dropOldest(MessageType type, std::vector<QueuedFrame> &dropped);
     std::optional<QueuedFrame> take(std::uint32_t kinds);
 
     std::mutex m_lock; // guards what follows

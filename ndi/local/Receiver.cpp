@@ -116,6 +116,7 @@ void Receiver::onOpen(SenderLink &link)
 {
     ++m_connection;
     m_mappings = std::make_unique<SlotMappings>(m_registry, link.record().fileStem());
+    m_kept = std::make_shared<KeptSlots>();
     m_connected = true;
     const std::lock_guard lock(m_tallyLock);
     if (m_tally)
@@ -158,9 +159,8 @@ void Receiver::videoArrived(const VideoAnnouncement &announcement)
     frame.slot = std::move(slot);
     frame.video = announcement;
     if (shape->isFieldPair && m_settings.allowFields)
-        m_queue.pushFields(std::move(frame));
-    else
-        m_queue.push(std::move(frame));
+        frame.part = QueuedFrame::Part::Field0;
+    queue(std::move(frame));
 }
 
 void Receiver::audioArrived(const AudioAnnouncement &announcement)
@@ -172,7 +172,7 @@ void Receiver::audioArrived(const AudioAnnouncement &announcement)
     frame.type = MessageType::Audio;
     frame.slot = std::move(slot);
     frame.audio = announcement;
-    m_queue.push(std::move(frame));
+    queue(std::move(frame));
 }
 
 void Receiver::metadataArrived(std::string_view body)
@@ -186,6 +186,16 @@ void Receiver::metadataArrived(std::string_view body)
     m_queue.push(std::move(frame));
 }
 
+// An application that holds many frames has a shorter queue: what waited at the sender instead would come on top of it.
+void Receiver::queue(QueuedFrame frame)
+{
+    const auto type = frame.type;
+    const auto &kept = m_kept->of(type == MessageType::Video ? SlotKind::Video : SlotKind::Audio);
+    m_queue.push(std::move(frame));
+    while (kept > keptLimit(type) && m_queue.dropOldest(type)) {
+    }
+}
+
 // The slot is given back however this ends, so that the sender does not wait for it. Null when it cannot be used.
 std::shared_ptr<ReceivedSlot> Receiver::receive(const SlotPlace &place)
 {
@@ -194,9 +204,12 @@ std::shared_ptr<ReceivedSlot> Receiver::receive(const SlotPlace &place)
         m_link->send(MessageType::Release, bytesOf(Release{place.kind, place.index}));
         return nullptr;
     }
-    return std::make_shared<ReceivedSlot>(
-        std::move(memory), place,
-        [this, connection = m_connection](const Release &slot) { release(connection, slot); });
+    ++m_kept->of(place.kind);
+    return std::make_shared<ReceivedSlot>(std::move(memory), place,
+                                          [this, connection = m_connection, kept = m_kept](const Release &slot) {
+                                              --kept->of(slot.kind);
+                                              release(connection, slot);
+                                          });
 }
 
 void Receiver::release(std::uint64_t connection, const Release &release)

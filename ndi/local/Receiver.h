@@ -59,8 +59,17 @@ private:
     void videoArrived(const VideoAnnouncement &announcement);
     void audioArrived(const AudioAnnouncement &announcement);
     void metadataArrived(std::string_view body);
+    void queue(QueuedFrame frame);
     std::shared_ptr<ReceivedSlot> receive(const SlotPlace &place);
     void release(std::uint64_t connection, const Release &release);
+
+    // The slots of a connection that are not given back.
+    struct KeptSlots {
+        std::atomic<std::size_t> video{0};
+        std::atomic<std::size_t> audio{0};
+
+        std::atomic<std::size_t> &of(SlotKind kind) { return kind == SlotKind::Video ? video : audio; }
+    };
 
     IoThread m_io; // stopped first, destroyed last
     const Registry m_registry;
@@ -78,6 +87,7 @@ private:
     std::unique_ptr<SenderLink> m_link;
     std::size_t m_failures = 0;               // to connect: of several senders of the name, each has its turn
     std::unique_ptr<SlotMappings> m_mappings; // of the link's sender
+    std::shared_ptr<KeptSlots> m_kept;        // of the link's sender
     std::uint64_t m_connection = 0;           // counts them: a slot of an earlier one is not given back to this one
 };
 

@@ -14,12 +14,6 @@ constexpr std::chrono::milliseconds helloTime{2000};
 constexpr std::chrono::milliseconds processLookPeriod{1000};
 constexpr std::size_t longestRequest = sizeof(Hello); // of a receiver to a sender
 
-// What a receiver queues, what its application holds, and what is on its way.
-std::size_t announcedLimit(MessageType type)
-{
-    return type == MessageType::Video ? 12 : 64;
-}
-
 std::uint32_t kindOf(MessageType type)
 {
     switch (type) {
@@ -92,7 +86,7 @@ SenderConnection::Burden SenderConnection::burden(MessageType type) const
     const auto &announced = (type == MessageType::Video ? m_video : m_audio).announced;
     if (announced.empty())
         return {};
-    return {announced.size() >= announcedLimit(type), announced.front().at};
+    return {announced.size() >= keptLimit(type), announced.front().at};
 }
 
 bool SenderConnection::dropWaiting(MessageType type)

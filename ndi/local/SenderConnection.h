@@ -15,9 +15,10 @@ namespace localndi
 // A sender's side of one connection: first a stranger that has to show the password, then a finder or a receiver. It
 // ends with the peer's process also when the system leaves it open, which has been seen under Wine.
 //
-// A receiver holds a bounded number of slots at a time; what comes while it holds that many waits here, the oldest
-// going first. Receivers that are stopped can hold all slots of a sender between them nevertheless: then the owner
-// takes back what it needs, with dropWaiting() and in the end by ending a connection. Threads: the context's only.
+// A receiver holds a bounded number of slots at a time; what comes while it holds that many, until it gives some back,
+// waits here, the oldest going first. Receivers that are stopped can hold all slots of a sender between them
+// nevertheless: then the owner takes back what it needs, with dropWaiting() and in the end by ending a connection.
+// Threads: the context's only.
 class SenderConnection final : private MessageStream::Listener
 {
 public:
@@ -51,7 +52,7 @@ public:
     struct Burden {
         using Time = std::chrono::steady_clock::time_point;
 
-        bool isFull = false;      // holds as many as it may
+        bool isFull = false;      // keeps as many as it may
         Time since = Time::max(); // its oldest hold; max: holds none
 
         bool isAny() const { return since != Time::max(); }

@@ -78,15 +78,16 @@ TEST_F(Farewell, TheLastFrameWaitsForAReceiverThatIsSlowToTakeIt)
 TEST_F(Farewell, AllThatWaitsForAReceiverIsSentBeforeTheEnd)
 {
     auto receiver = connectAsReceiver();
-    for (int i = 1; i <= 12; ++i) {
+    constexpr int most = announcedLimit(MessageType::Video);
+    for (int i = 1; i <= most; ++i) {
         sendVideo(i);
         ASSERT_EQ(readMessage(receiver).type, MessageType::Video);
     }
-    sendVideo(13);
+    sendVideo(most + 1);
     auto destroyed = destroySoon();
     const auto announced = readMessage(receiver);
     ASSERT_EQ(announced.type, MessageType::Video);
-    EXPECT_EQ(readRecord<VideoAnnouncement>(announced.body)->timecode, 13);
+    EXPECT_EQ(most + 1, readRecord<VideoAnnouncement>(announced.body)->timecode);
     EXPECT_TRUE(isClosedByPeer(receiver));
     receiver.close();
     EXPECT_EQ(destroyed.wait_for(peerPatience), std::future_status::ready);

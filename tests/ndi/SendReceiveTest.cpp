@@ -122,26 +122,6 @@ TEST(SendReceive, CaptureComesBackWithNothingAfterItsTimeout)
     EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::milliseconds(50));
 }
 
-TEST(SendReceive, AReceiverThatDoesNotCaptureKeepsTheNewestFrames)
-{
-    const Pair pair;
-    auto picture = uyvyPicture();
-    for (int i = 1; i <= 200; ++i) {
-        picture.frame.timecode = i;
-        NDIlib_send_send_video_v2(pair.sender.get(), &picture.frame);
-    }
-    sendMetadata(pair.sender, "<all sent/>");
-    ASSERT_TRUE(captureMetadata(pair.receiver));
-    std::vector<std::int64_t> timecodes;
-    while (timecodes.empty() || timecodes.back() != 200) {
-        const Video video(pair.receiver);
-        ASSERT_TRUE(video);
-        timecodes.push_back(video->timecode);
-    }
-    EXPECT_LE(timecodes.size(), 16U);
-    EXPECT_TRUE(std::is_sorted(timecodes.begin(), timecodes.end()));
-}
-
 TEST(SendReceive, HeldFramesKeepTheirPixelsWhileMoreArrive)
 {
     const Pair pair;
