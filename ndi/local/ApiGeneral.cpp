@@ -1,6 +1,10 @@
 #include "ndi/include/Processing.NDI.Interface.h"
+#include "ndi/local/Faults.h"
 
 #include <atomic>
+#include <string>
+
+using namespace localndi;
 
 namespace
 {
@@ -26,5 +30,7 @@ void NDIlib_destroy()
 
 const char *NDIlib_version()
 {
-    return "Local NDI runtime 1.0 (this machine only)";
+    static const std::string version = "Local NDI runtime 1.0 (this machine only)" +
+                                       (faults().description.empty() ? "" : " with " + faults().description);
+    return version.c_str();
 }

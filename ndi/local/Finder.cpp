@@ -1,8 +1,10 @@
 #include "ndi/local/Finder.h"
 
+#include "ndi/local/Faults.h"
 #include "ndi/local/Groups.h"
 
 #include <algorithm>
+#include <atomic>
 #include <utility>
 
 namespace localndi
@@ -13,12 +15,24 @@ namespace
 constexpr std::chrono::milliseconds lookPeriod{50};
 constexpr std::chrono::milliseconds firstLook{100}; // a new finder knows nobody: callers have to wait, as on a network
 
+// Asked once by each finder of the process.
+bool isMadeTooSoon()
+{
+    using Clock = std::chrono::steady_clock;
+    const auto deafTime = faults().deafTime;
+    static std::atomic<Clock::time_point> lastMade{Clock::time_point::min()};
+    const auto now = Clock::now();
+    const auto before = lastMade.exchange(now);
+    return deafTime.count() > 0 && before > now - deafTime;
+}
+
 } // namespace
 
 Finder::Finder(bool showLocal, std::string groups) : m_groups(std::move(groups)), m_timer(m_io.context())
 {
     // Every sender is local: who does not want those gets none.
-    if (showLocal)
+    const bool isDeaf = isMadeTooSoon();
+    if (showLocal && !isDeaf)
         m_io.invoke([this] { lookAfter(firstLook); });
 }
 

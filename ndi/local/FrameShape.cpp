@@ -15,6 +15,12 @@ bool isFormat(std::int32_t format)
     return format >= NDIlib_frame_format_type_interleaved && format <= NDIlib_frame_format_type_field_1;
 }
 
+bool isField(const NDIlib_video_frame_v2_t &frame)
+{
+    return frame.frame_format_type == NDIlib_frame_format_type_field_0 ||
+           frame.frame_format_type == NDIlib_frame_format_type_field_1;
+}
+
 std::optional<VideoShape> checkedVideo(std::int32_t fourCC, int width, int height, std::int32_t format)
 {
     const auto *layout = findPixelLayout(fourCC);
@@ -99,6 +105,19 @@ std::optional<AudioShape> shapeOf(const AudioAnnouncement &announcement)
     if (!shape || announcement.place.kind != SlotKind::Audio || !fitsItsSlot(announcement.place, shape->packedSize()))
         return std::nullopt;
     return shape;
+}
+
+std::int64_t picturesPerUnits(const NDIlib_video_frame_v2_t &frame)
+{
+    return std::int64_t{frame.frame_rate_N} * (isField(frame) ? 2 : 1);
+}
+
+float aspectOf(const NDIlib_video_frame_v2_t &frame)
+{
+    if (frame.picture_aspect_ratio != 0.0F)
+        return frame.picture_aspect_ratio;
+    const float lines = static_cast<float>(frame.yres) * (isField(frame) ? 2.0F : 1.0F);
+    return static_cast<float>(frame.xres) / lines;
 }
 
 std::string_view attachedText(const char *text)

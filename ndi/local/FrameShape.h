@@ -42,6 +42,12 @@ struct AudioShape {
 std::optional<AudioShape> shapeOf(const NDIlib_audio_frame_v2_t &frame);
 std::optional<AudioShape> shapeOf(const AudioAnnouncement &announcement);
 
+// How many pictures there are in so many seconds as the rate's denominator says. Each field of a frame has half its
+// time.
+std::int64_t picturesPerUnits(const NDIlib_video_frame_v2_t &frame);
+// As the caller says it, else that of the full frame's pixels.
+float aspectOf(const NDIlib_video_frame_v2_t &frame);
+
 // The text a caller attached to a frame; empty for none and for one past the limit.
 std::string_view attachedText(const char *text);
 // The text of a metadata frame; empty for one that cannot be sent.

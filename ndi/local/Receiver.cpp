@@ -1,5 +1,6 @@
 #include "ndi/local/Receiver.h"
 
+#include "ndi/local/Faults.h"
 #include "ndi/local/FrameShape.h"
 
 #include <boost/asio/post.hpp>
@@ -20,7 +21,8 @@ constexpr std::chrono::seconds mappingIdleTime{3}; // before the sender gives th
 
 Receiver::Receiver(Settings settings)
     : m_settings(std::move(settings)), m_captured(m_settings.colorFormat), m_timer(m_io.context()),
-      m_idleTimer(m_io.context())
+      m_idleTimer(m_io.context()),
+      m_jitter(m_io.context(), faults().jitter, [this](QueuedFrame frame) { queue(std::move(frame)); })
 {
     boost::asio::post(m_io.context(), [this] {
         look();
@@ -152,7 +154,7 @@ void Receiver::videoArrived(const VideoAnnouncement &announcement)
 {
     const auto shape = shapeOf(announcement);
     auto slot = receive(announcement.place);
-    if (!shape || slot == nullptr)
+    if (!shape || slot == nullptr || isLost())
         return;
     QueuedFrame frame;
     frame.type = MessageType::Video;
@@ -160,7 +162,13 @@ void Receiver::videoArrived(const VideoAnnouncement &announcement)
     frame.video = announcement;
     if (shape->isFieldPair && m_settings.allowFields)
         frame.part = QueuedFrame::Part::Field0;
-    queue(std::move(frame));
+    m_jitter.add(std::move(frame));
+}
+
+bool Receiver::isLost()
+{
+    const auto period = faults().lossPeriod;
+    return period != 0 && ++m_videoCount % period == 0;
 }
 
 void Receiver::audioArrived(const AudioAnnouncement &announcement)
@@ -172,7 +180,7 @@ void Receiver::audioArrived(const AudioAnnouncement &announcement)
     frame.type = MessageType::Audio;
     frame.slot = std::move(slot);
     frame.audio = announcement;
-    queue(std::move(frame));
+    m_jitter.add(std::move(frame));
 }
 
 void Receiver::metadataArrived(std::string_view body)

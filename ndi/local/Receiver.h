@@ -3,6 +3,7 @@
 #include "ndi/include/Processing.NDI.Interface.h"
 #include "ndi/local/CapturedFrames.h"
 #include "ndi/local/IoThread.h"
+#include "ndi/local/Jitter.h"
 #include "ndi/local/ReceiveQueue.h"
 #include "ndi/local/Registry.h"
 #include "ndi/local/SenderLink.h"
@@ -58,6 +59,7 @@ private:
     bool isWanted(const SenderRecord &record) const;
     void videoArrived(const VideoAnnouncement &announcement);
     void audioArrived(const AudioAnnouncement &announcement);
+    bool isLost();
     void metadataArrived(std::string_view body);
     void queue(QueuedFrame frame);
     std::shared_ptr<ReceivedSlot> receive(const SlotPlace &place);
@@ -84,6 +86,8 @@ private:
     // The IO thread's.
     boost::asio::steady_timer m_timer;
     boost::asio::steady_timer m_idleTimer;
+    Jitter m_jitter;
+    std::int64_t m_videoCount = 0; // that arrived or were lost
     std::unique_ptr<SenderLink> m_link;
     std::size_t m_failures = 0;               // to connect: of several senders of the name, each has its turn
     std::unique_ptr<SlotMappings> m_mappings; // of the link's sender

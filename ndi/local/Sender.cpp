@@ -1,11 +1,13 @@
 #include "ndi/local/Sender.h"
 
+#include "ndi/local/Faults.h"
 #include "ndi/local/SlotContents.h"
 #include "ndi/local/System.h"
 
 #include <boost/asio/post.hpp>
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
 namespace localndi
@@ -24,26 +26,6 @@ constexpr std::chrono::milliseconds slotLookPeriod{500};
 // sender's record is gone.
 constexpr std::chrono::seconds slotIdleTime{5};
 constexpr std::chrono::milliseconds farewellTime{2000}; // for receivers to take what was sent last
-
-bool isField(const NDIlib_video_frame_v2_t &frame)
-{
-    return frame.frame_format_type == NDIlib_frame_format_type_field_0 ||
-           frame.frame_format_type == NDIlib_frame_format_type_field_1;
-}
-
-// In so many seconds as the rate's denominator says. Each field of a frame has half its time.
-std::int64_t picturesPerUnits(const NDIlib_video_frame_v2_t &frame)
-{
-    return std::int64_t{frame.frame_rate_N} * (isField(frame) ? 2 : 1);
-}
-
-float aspectOf(const NDIlib_video_frame_v2_t &frame)
-{
-    if (frame.picture_aspect_ratio != 0.0F)
-        return frame.picture_aspect_ratio;
-    const float lines = static_cast<float>(frame.yres) * (isField(frame) ? 2.0F : 1.0F);
-    return static_cast<float>(frame.xres) / lines;
-}
 
 } // namespace
 
@@ -86,8 +68,10 @@ void Sender::sendVideo(const NDIlib_video_frame_v2_t &frame)
     const std::lock_guard lock(m_videoLock);
     if (m_clockVideo)
         m_videoPacer.wait(frame.frame_rate_D, picturesPerUnits(frame));
+    const auto timestamp = wallClockHns();
     const auto timecode =
         m_timecodes.next(TimecodeClock::Video, frame.timecode, frame.frame_rate_D, picturesPerUnits(frame));
+    std::this_thread::sleep_for(faults().sendTime);
     if (m_videoReceivers == 0)
         return;
     const auto text = attachedText(frame.p_metadata);
@@ -101,7 +85,7 @@ void Sender::sendVideo(const NDIlib_video_frame_v2_t &frame)
     VideoAnnouncement announcement{};
     announcement.place = place;
     announcement.timecode = timecode;
-    announcement.timestamp = wallClockHns();
+    announcement.timestamp = timestamp;
     announcement.width = shape->width;
     announcement.height = shape->height;
     announcement.fourCC = frame.FourCC;

@@ -42,6 +42,9 @@ void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor);
 // Nor this: it would keep the memory.
 void keepFromChildren(const boost::interprocess::file_mapping &file);
 
+// Empty when it is not set, or too long for a setting.
+std::string environmentVariable(const char *name);
+
 std::uint32_t processId();
 // False only when there is no such process.
 bool isRunning(std::uint32_t processId);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <string>
 #include <system_error>
 
@@ -157,6 +158,12 @@ void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor)
 void keepFromChildren(const boost::interprocess::file_mapping &file)
 {
     closeOnExec(file.get_mapping_handle().handle);
+}
+
+std::string environmentVariable(const char *name)
+{
+    const char *value = std::getenv(name);
+    return value != nullptr ? value : "";
 }
 
 std::uint32_t processId()

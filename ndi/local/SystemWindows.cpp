@@ -131,6 +131,13 @@ void keepFromChildren(boost::asio::ip::tcp::acceptor &acceptor)
 
 void keepFromChildren(const boost::interprocess::file_mapping & /*file*/) {} // which is opened for this process alone
 
+std::string environmentVariable(const char *name)
+{
+    char value[64];
+    const auto size = GetEnvironmentVariableA(name, value, sizeof value);
+    return {value, size < sizeof value ? size : 0};
+}
+
 std::uint32_t processId()
 {
     return GetCurrentProcessId();
