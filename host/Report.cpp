@@ -1,5 +1,6 @@
 #include "host/Report.h"
 
+#include "host/graph/Link.h"
 #include "host/monitor/Monitor.h"
 
 #include <QtCore/QJsonArray>
@@ -35,9 +36,29 @@ QString audioText(const AudioFigures &figures)
         .arg(figures.peakDbfs, 0, 'f', 1);
 }
 
+QString nodeName(const NodePin *pin)
+{
+    if (!pin)
+        return {};
+    const QString name = pin->node()->property("name").toString();
+    return name.isEmpty() ? QString::fromLatin1(pin->node()->metaObject()->className()) : name;
+}
+
+QJsonArray linkList(const QList<Link *> &links)
+{
+    QJsonArray list;
+    for (const Link *const link : links) {
+        QJsonObject figures = QJsonObject::fromVariantMap(link->figures());
+        figures[QStringLiteral("from")] = nodeName(link->from());
+        figures[QStringLiteral("to")] = nodeName(link->to());
+        list.append(figures);
+    }
+    return list;
+}
+
 } // namespace
 
-QJsonObject report(const QString &scene, double seconds, const QList<Monitor *> &monitors)
+QJsonObject report(const QString &scene, double seconds, const QList<Monitor *> &monitors, const QList<Link *> &links)
 {
     QJsonArray list;
     for (const Monitor *const monitor : monitors) {
@@ -46,7 +67,10 @@ QJsonObject report(const QString &scene, double seconds, const QList<Monitor *> 
                                 {QStringLiteral("audio"), QJsonObject::fromVariantMap(monitor->audio())},
                                 {QStringLiteral("avOffsetMs"), monitor->avOffset()}});
     }
-    return {{QStringLiteral("scene"), scene}, {QStringLiteral("seconds"), seconds}, {QStringLiteral("monitors"), list}};
+    return {{QStringLiteral("scene"), scene},
+            {QStringLiteral("seconds"), seconds},
+            {QStringLiteral("monitors"), list},
+            {QStringLiteral("links"), linkList(links)}};
 }
 
 QString statusText(const Monitor &monitor)
@@ -56,6 +80,19 @@ QString statusText(const Monitor &monitor)
     if (monitor.audioInput()->getConnectedOutput())
         text += QStringLiteral(" | ") + audioText(monitor.audioFigures());
     return text;
+}
+
+QString statusText(const Link &link)
+{
+    const QVariantMap figures = link.figures();
+    if (figures.isEmpty() || !link.to() || qobject_cast<Monitor *>(link.to()->node()))
+        return {};
+    const auto number = [&figures](const char *key) { return figures.value(QLatin1String(key)); };
+    return QStringLiteral("%1: %2 ms, holds %3, left out %4")
+        .arg(nodeName(link.to()))
+        .arg(number("latencyMedianMs").toDouble(), 0, 'f', 1)
+        .arg(number("held").toUInt())
+        .arg(number("leftOutLate").toULongLong() + number("leftOutFull").toULongLong());
 }
 
 bool writeFile(const QString &path, const QByteArray &content, QString &error)

@@ -7,12 +7,15 @@
 namespace host
 {
 
+class Link;
 class Monitor;
 
-// The figures of the monitors, with the keys of README.md.
-QJsonObject report(const QString &scene, double seconds, const QList<Monitor *> &monitors);
+// The figures of the monitors and of the links, with the keys of README.md.
+QJsonObject report(const QString &scene, double seconds, const QList<Monitor *> &monitors, const QList<Link *> &links);
 // One line for people: "main: UYVY 1920x1080 50.00 fps, 0 lost, 3.1 ms | 48000 Hz x 2 -20.0 dBFS".
 QString statusText(const Monitor &monitor);
+// The same for a link to another sink: "Studio: 16.7 ms, 3 left out"; empty for others.
+QString statusText(const Link &link);
 // Writes all of the file or none of it; false with a reason in `error`.
 bool writeFile(const QString &path, const QByteArray &content, QString &error);
 

@@ -4,6 +4,8 @@
 #include "host/Report.h"
 #include "host/Snapshot.h"
 #include "host/graph/Graph.h"
+#include "host/graph/Link.h"
+#include "host/graph/SinkFarewell.h"
 #include "host/monitor/Monitor.h"
 
 #include <QtCore/QCoreApplication>
@@ -26,6 +28,8 @@ namespace
 
 // A source that still searches for its sender looks at its cancellation four times a second.
 constexpr int JobPatience = 600; // milliseconds
+// A sender that is destroyed waits up to two seconds for its receivers, and gives up what it holds in one.
+constexpr std::chrono::milliseconds FarewellPatience{4000};
 
 void printError(const QString &text)
 {
@@ -157,7 +161,8 @@ int Runner::finish()
     if (!m_options.jsonFile.isEmpty()) {
         const double seconds = static_cast<double>(m_elapsed.elapsed()) / 1000.0;
         QString error;
-        if (!writeFile(m_options.jsonFile, QJsonDocument(report(m_options.scene, seconds, all)).toJson(), error)) {
+        if (!writeFile(m_options.jsonFile, QJsonDocument(report(m_options.scene, seconds, all, links())).toJson(),
+                       error)) {
             printError(QStringLiteral("%1: %2").arg(m_options.jsonFile, error));
             code = ExitFailure;
         }
@@ -180,6 +185,7 @@ int Runner::finish()
 void Runner::unload()
 {
     m_scene.reset();
+    waitForFarewells(FarewellPatience);
     QThreadPool::globalInstance()->waitForDone(JobPatience);
     m_engine.reset();
 }
@@ -191,7 +197,15 @@ void Runner::showStatus()
     QStringList texts;
     for (const Monitor *const monitor : monitors())
         texts.append(statusText(*monitor));
+    for (const Link *const link : links())
+        texts.append(statusText(*link));
+    texts.removeAll(QString());
     m_status->show(texts.join(QStringLiteral("   ")));
+}
+
+QList<Link *> Runner::links() const
+{
+    return m_scene ? m_scene->findChildren<Link *>() : QList<Link *>();
 }
 
 QList<Monitor *> Runner::monitors() const

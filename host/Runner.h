@@ -18,6 +18,7 @@ namespace host
 {
 
 class Graph;
+class Link;
 class Monitor;
 
 // Loads a scene, runs it until its time is over, and reports. Lives on the main thread; the application object outlives
@@ -42,6 +43,7 @@ private:
     void unload();
     void showStatus();
     QList<Monitor *> monitors() const;
+    QList<Link *> links() const;
 
     const Options m_options;
     std::unique_ptr<StatusLine> m_status;

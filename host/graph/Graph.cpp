@@ -5,6 +5,24 @@
 namespace host
 {
 
+namespace
+{
+
+constexpr int RefreshInterval = 250; // milliseconds
+
+QVariantMap figuresMap(const PortFigures &figures)
+{
+    return {{QStringLiteral("samples"), static_cast<qulonglong>(figures.samples)},
+            {QStringLiteral("held"), figures.held},
+            {QStringLiteral("heldMs"), figures.heldMs},
+            {QStringLiteral("latencyMedianMs"), figures.latencyMedianMs},
+            {QStringLiteral("latencyMaxMs"), figures.latencyMaxMs},
+            {QStringLiteral("leftOutLate"), static_cast<qulonglong>(figures.leftOutLate)},
+            {QStringLiteral("leftOutFull"), static_cast<qulonglong>(figures.leftOutFull)}};
+}
+
+} // namespace
+
 Graph::Graph(QObject *parent) : QObject(parent)
 {
     // Queued: what a scene does about a failure must not meet the pipeline in the middle of it.
@@ -15,6 +33,9 @@ Graph::Graph(QObject *parent) : QObject(parent)
             Q_EMIT nodeFailed(node, why);
         },
         Qt::QueuedConnection);
+    m_refresh.setInterval(RefreshInterval);
+    connect(&m_refresh, &QTimer::timeout, this, &Graph::refreshFigures);
+    m_refresh.start();
 }
 
 Graph::~Graph()
@@ -120,6 +141,15 @@ void Graph::onObjectGone(QObject *object)
     m_objects.removeOne(object);
     if (m_links.removeOne(object))
         update();
+}
+
+void Graph::refreshFigures()
+{
+    for (QObject *const object : qAsConst(m_links)) {
+        auto *const link = static_cast<Link *>(object);
+        const std::optional<PortFigures> figures = link->to() ? m_pipeline.figures(link->to()) : std::nullopt;
+        link->setFigures(figures ? figuresMap(*figures) : QVariantMap());
+    }
 }
 
 void Graph::update()

@@ -3,6 +3,7 @@
 #include "host/graph/Pipeline.h"
 
 #include <QtCore/QObject>
+#include <QtCore/QTimer>
 #include <QtQml/QQmlListProperty>
 #include <QtQml/QQmlParserStatus>
 
@@ -66,10 +67,12 @@ private:
 
     void onObjectGone(QObject *object);
     void update();
+    void refreshFigures();
 
     QList<QObject *> m_objects;
     QList<QObject *> m_links; // those of m_objects that are links
     Pipeline m_pipeline;
+    QTimer m_refresh; // of the links' figures
     bool m_running = true;
     bool m_complete = false;
 };

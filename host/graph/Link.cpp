@@ -26,6 +26,14 @@ void Link::setTo(NodeInput *input)
     Q_EMIT changed();
 }
 
+void Link::setFigures(const QVariantMap &figures)
+{
+    if (figures == m_figures)
+        return;
+    m_figures = figures;
+    Q_EMIT figuresChanged();
+}
+
 void Link::connectPins()
 {
     if (isConnected() && m_connectedFrom == m_from && m_connectedTo == m_to)

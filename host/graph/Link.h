@@ -4,6 +4,7 @@
 
 #include <QtCore/QObject>
 #include <QtCore/QPointer>
+#include <QtCore/QVariantMap>
 
 namespace host
 {
@@ -15,6 +16,7 @@ class Link : public QObject
     Q_OBJECT
     Q_PROPERTY(NodeOutput *from READ from WRITE setFrom NOTIFY changed)
     Q_PROPERTY(NodeInput *to READ to WRITE setTo NOTIFY changed)
+    Q_PROPERTY(QVariantMap figures READ figures NOTIFY figuresChanged)
 
 public:
     explicit Link(QObject *parent = nullptr);
@@ -25,6 +27,11 @@ public:
     NodeInput *to() const { return m_to; }
     void setTo(NodeInput *input);
 
+    // What goes to the sink at its end, with the keys of host/README.md; empty while there is none. The graph renews
+    // it.
+    QVariantMap figures() const { return m_figures; }
+    void setFigures(const QVariantMap &figures);
+
     // Connects the two pins, letting go of what this link has connected before.
     void connectPins();
     // Takes the connection apart, if it is still the one this link has made.
@@ -32,6 +39,7 @@ public:
 
 Q_SIGNALS:
     void changed();
+    void figuresChanged();
 
 private:
     bool isConnected() const;
@@ -40,6 +48,7 @@ private:
     QPointer<NodeInput> m_to;
     QPointer<NodeOutput> m_connectedFrom;
     QPointer<NodeInput> m_connectedTo;
+    QVariantMap m_figures;
 };
 
 } // namespace host

@@ -3,6 +3,7 @@
 #include "host/Log.h"
 #include "host/ResultText.h"
 #include "host/graph/Sender.h"
+#include "host/graph/SinkFarewell.h"
 
 namespace host
 {
@@ -119,7 +120,8 @@ void Pipeline::add(MediaNode *node)
 
 bool Pipeline::mayCreate(const MediaNode *node) const
 {
-    if (!hasLinks(node) || lacksSender(node))
+    const auto entry = m_entries.find(const_cast<MediaNode *>(node));
+    if (!hasLinks(node) || lacksSender(node) || (entry != m_entries.end() && entry->second.farewells > 0))
         return false;
     for (int index = 0; index < node->inputCount(); ++index) {
         const NodeInput *const input = node->getInput(index);
@@ -168,9 +170,37 @@ void Pipeline::onDestroy(MediaNode *node)
         port->close();
     }
     entry->ports.clear();
-    for (const CComPtr<IMFMediaSink> &sink : entry->sinks)
-        sink->Shutdown();
-    entry->sinks.clear();
+    giveUpSinks(*entry);
+}
+
+void Pipeline::giveUpSinks(Entry &entry)
+{
+    if (entry.sinks.empty())
+        return;
+    ++entry.farewells;
+    entry.activity.reset();
+    for (const CComPtr<IMFMediaSink> &sink : entry.sinks)
+        m_clock.removeSink(sink); // a clock that stops would find it shut down
+    MediaNode *const node = entry.driver->node();
+    sayFarewell(std::exchange(entry.sinks, {}), [this, caller = m_caller, node] {
+        caller->call([this, node] {
+            Entry *const now = find(node);
+            // Another node may have taken the place of that one.
+            if (!now || now->farewells == 0 || --now->farewells > 0)
+                return;
+            if (now->driver->state() == NodeDriver::State::Off)
+                now->driver->request();
+        });
+    });
+}
+
+std::optional<PortFigures> Pipeline::figures(const NodeInput *input) const
+{
+    const auto entry = m_entries.find(input->node());
+    if (entry == m_entries.end())
+        return {};
+    const auto port = entry->second.ports.find(const_cast<NodeInput *>(input));
+    return port == entry->second.ports.end() ? std::nullopt : std::make_optional(port->second->figures());
 }
 
 void Pipeline::requestClock(int delay)

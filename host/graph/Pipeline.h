@@ -12,6 +12,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -42,6 +43,8 @@ public:
 
     // How often a node had to be made again because it failed or its source ended.
     int restarts() const;
+    // What goes to the sink behind that input; none while there is no sink.
+    std::optional<PortFigures> figures(const NodeInput *input) const;
 
 Q_SIGNALS:
     void nodeFailed(MediaNode *node, const QString &why);
@@ -59,7 +62,11 @@ private:
         std::map<NodeOutput *, Outlet> outlets;
         std::map<NodeInput *, std::shared_ptr<SinkPort>> ports;
         std::vector<CComPtr<IMFMediaSink>> sinks;
+        std::shared_ptr<SinkActivity> activity; // of these
         quint64 generation = 0;
+        // While the sinks before are still being given up the node makes none: a sender would have to take another
+        // name.
+        int farewells = 0;
     };
     using EntryMap = std::map<MediaNode *, Entry>;
 
@@ -69,6 +76,7 @@ private:
 
     void onCreated(MediaNode *node);
     void onDestroy(MediaNode *node);
+    void giveUpSinks(Entry &entry);
     bool openSource(Entry &entry, QString &why);
     bool openOutlet(Entry &entry, NodeOutput *output, QString &why);
     // The type that the sink behind that input is made for.

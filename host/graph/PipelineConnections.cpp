@@ -28,6 +28,21 @@ QString refusalText(HRESULT hr)
     return QStringLiteral("it does not take the type of its stream (%1)").arg(resultText(hr));
 }
 
+bool carriesSound(const NodeInput &input)
+{
+    GUID majorType = GUID_NULL;
+    IMFMediaType *const type = input.getConnectedMfMediaType();
+    return type && SUCCEEDED(type->GetMajorType(&majorType)) && IsEqualGUID(majorType, MFMediaType_Audio);
+}
+
+// "Studio, sound" or, of a node without a name, "NDISink, picture".
+QString inputName(const NodeInput &input)
+{
+    const QString name = input.node()->property("name").toString();
+    return (name.isEmpty() ? QString::fromLatin1(input.node()->metaObject()->className()) : name) +
+           (carriesSound(input) ? QStringLiteral(", sound") : QStringLiteral(", picture"));
+}
+
 template <typename Interface>
 CComPtr<Interface> nodeAttribute(IMFTopologyNode *node, REFGUID key)
 {
@@ -112,10 +127,14 @@ bool Pipeline::openSink(Entry &entry, NodeInput *input, QString &why)
         return false;
     }
     const auto failed = failureReport(entry);
+    if (!entry.activity)
+        entry.activity = std::make_shared<SinkActivity>();
     const auto port = std::make_shared<SinkPort>(
-        stream, SinkPort::Callbacks{
-                    [failed](HRESULT hr) { failed(QStringLiteral("its sink failed with %1").arg(resultText(hr))); },
-                    [this, caller = m_caller] { caller->call([this] { requestClock(ClockStartDelay); }); }});
+        stream,
+        SinkPort::Callbacks{
+            [failed](HRESULT hr) { failed(QStringLiteral("its sink failed with %1").arg(resultText(hr))); },
+            [this, caller = m_caller] { caller->call([this] { requestClock(ClockStartDelay); }); }},
+        entry.activity, inputName(*input));
     HRESULT hr = port->open();
     if (SUCCEEDED(hr))
         hr = port->adopt(input->getConnectedMfMediaType());

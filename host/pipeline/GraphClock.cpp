@@ -40,6 +40,13 @@ HRESULT GraphClock::addSink(IMFMediaSink *sink)
     return FAILED(hr) ? hr : sink->SetPresentationClock(m_clock);
 }
 
+void GraphClock::removeSink(IMFMediaSink *sink)
+{
+    CComPtr<IMFClockStateSink> listener;
+    if (m_clock && SUCCEEDED(sink->QueryInterface(__uuidof(IMFClockStateSink), reinterpret_cast<void **>(&listener))))
+        m_clock->RemoveClockStateSink(listener);
+}
+
 HRESULT GraphClock::open()
 {
     if (m_clock)

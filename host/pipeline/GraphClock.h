@@ -24,6 +24,8 @@ public:
     bool isRunning() const { return m_running; }
 
     HRESULT addSink(IMFMediaSink *sink);
+    // The sink hears no more of the clock. It keeps its reference to it until it is shut down.
+    void removeSink(IMFMediaSink *sink);
 
 private:
     HRESULT open();

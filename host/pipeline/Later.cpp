@@ -23,12 +23,12 @@ public:
 
     HRESULT STDMETHODCALLTYPE Invoke(IMFAsyncResult *) override
     {
-        m_function();
+        std::exchange(m_function, {})();
         return S_OK;
     }
 
 private:
-    const std::function<void()> m_function;
+    std::function<void()> m_function; // called once
 };
 
 } // namespace
@@ -40,6 +40,12 @@ HRESULT runLater(unsigned milliseconds, std::function<void()> function)
         return E_OUTOFMEMORY;
     return milliseconds == 0 ? MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_STANDARD, callback, nullptr)
                              : MFScheduleWorkItem(callback, nullptr, -static_cast<INT64>(milliseconds), nullptr);
+}
+
+HRESULT runAside(std::function<void()> function)
+{
+    const auto callback = createObject<LaterCallback>(std::move(function));
+    return callback ? MFPutWorkItem(MFASYNC_CALLBACK_QUEUE_LONG_FUNCTION, callback, nullptr) : E_OUTOFMEMORY;
 }
 
 } // namespace host

@@ -11,4 +11,7 @@ namespace host
 // run when Media Foundation is shut down before. Threads: any.
 HRESULT runLater(unsigned milliseconds, std::function<void()> function);
 
+// The same at once, on the queue for what takes long.
+HRESULT runAside(std::function<void()> function);
+
 } // namespace host

@@ -46,6 +46,8 @@ bool StreamPace::arrive(HnsTime now, HnsTime duration)
         m_takingBack = true;
         m_leftOut = false;
     }
+    if (!m_turn)
+        m_strictUntil = now + patience;
     if (!inTime)
         m_lastLoss = now;
     if (Probation < now - m_lastLoss)
@@ -60,17 +62,17 @@ bool StreamPace::mayGo(HnsTime now) const
     if (!hasRoom || now < recheckTime())
         return false;
     // While lateness is taken back the sink holds nothing of the stream but what waits for other streams.
-    return !m_takingBack || !(m_blocked < ahead);
+    return !isStrict() || !(m_blocked < ahead);
 }
 
 HnsTime StreamPace::recheckTime() const
 {
     const HnsTime turn = m_turn.value_or(m_arrival);
-    if (!m_takingBack)
+    if (!isStrict())
         return turn - mostHeld;
     const HnsTime inTime = turn - tolerance();
     const HnsTime wait = sooner(m_duration + m_duration / 2, LongestWaitForNext);
-    return m_leftOut ? inTime : later(inTime, m_arrival + wait);
+    return m_leftOut || !m_lateSince ? inTime : later(inTime, m_arrival + wait);
 }
 
 void StreamPace::handOver(HnsTime now)
@@ -113,6 +115,11 @@ void StreamPace::comeBack(HnsTime now, HnsTime handedOver, HnsTime idleSince)
 HnsTime StreamPace::lateness(HnsTime now) const
 {
     return m_turn ? later(*m_turn - now, 0) : HnsTime(0);
+}
+
+bool StreamPace::isStrict() const
+{
+    return m_takingBack || m_arrival < m_strictUntil;
 }
 
 HnsTime StreamPace::tolerance() const

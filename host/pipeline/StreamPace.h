@@ -20,7 +20,8 @@ namespace host
 // A burst passes whole as long as the sink holds no more than `mostHeld`. Lateness that stays for `patience` is taken
 // back: samples are left out, at least one, until the sink holds none of the stream's and the next would go at once.
 // Whoever asks keeps the newest sample at hand meanwhile and offers it when recheckTime() has come or a sample has come
-// back. Lateness that other streams of the sink cause is not taken back: it would come again.
+// back. Lateness that other streams of the sink cause is not taken back: it would come again. A stream's beginning is
+// treated as lateness that has stayed: what is left out before anybody watches is missed by nobody.
 //
 // Times are those of one steady clock, given by the caller. Threads: one at a time.
 class StreamPace
@@ -56,6 +57,7 @@ private:
         HnsTime duration;
     };
 
+    bool isStrict() const;
     HnsTime tolerance() const;
     static HnsTime nextTurn(const std::optional<HnsTime> &turn, HnsTime call, HnsTime duration);
 
@@ -65,7 +67,8 @@ private:
     std::optional<HnsTime> m_turnAfter; // the turn behind the sample that came back last
     std::optional<HnsTime> m_turn;      // of a sample handed over now; none before the first
     HnsTime m_lastReturn;
-    HnsTime m_blocked; // how long other streams have kept the sink from this one's samples lately, at most
+    HnsTime m_blocked;     // how long other streams have kept the sink from this one's samples lately, at most
+    HnsTime m_strictUntil; // after the stream's beginning
     std::optional<HnsTime> m_lateSince; // none while samples come in time
     bool m_takingBack = false;
     bool m_leftOut = false; // one sample at least, of the lateness that is being taken back
