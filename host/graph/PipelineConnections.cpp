@@ -2,6 +2,8 @@
 #include "host/graph/Negotiation.h"
 #include "host/graph/Pipeline.h"
 
+#include <QtCore/QVariant>
+
 #include <mfapi.h>
 #include <mferror.h>
 

@@ -129,11 +129,13 @@ void SinkPort::onEvent(MediaEventType type, IMFMediaEvent *event)
         m_wanted = 0;
         m_started = true;
         break;
-    case MEStreamSinkStopped:
+    case MEStreamSinkStopped: {
+        const std::lock_guard<std::mutex> delivery(m_delivery);
         m_started = false;
         m_wanted = 0;
         m_handover.dropWaiting();
         break;
+    }
     case MEStreamSinkRequestSample:
         ++m_wanted;
         break;
