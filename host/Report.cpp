@@ -1,5 +1,6 @@
 #include "host/Report.h"
 
+#include "host/Log.h"
 #include "host/graph/Link.h"
 #include "host/monitor/Monitor.h"
 
@@ -38,10 +39,7 @@ QString audioText(const AudioFigures &figures)
 
 QString nodeName(const NodePin *pin)
 {
-    if (!pin)
-        return {};
-    const QString name = pin->node()->property("name").toString();
-    return name.isEmpty() ? QString::fromLatin1(pin->node()->metaObject()->className()) : name;
+    return pin ? host::nodeName(pin->node()) : QString();
 }
 
 QJsonArray linkList(const QList<Link *> &links)
@@ -88,11 +86,12 @@ QString statusText(const Link &link)
     if (figures.isEmpty() || !link.to() || qobject_cast<Monitor *>(link.to()->node()))
         return {};
     const auto number = [&figures](const char *key) { return figures.value(QLatin1String(key)); };
-    return QStringLiteral("%1: %2 ms, holds %3, left out %4")
+    return QStringLiteral("%1: %2 ms, holds %3, left out %4 late, %5 full")
         .arg(nodeName(link.to()))
         .arg(number("latencyMedianMs").toDouble(), 0, 'f', 1)
         .arg(number("held").toUInt())
-        .arg(number("leftOutLate").toULongLong() + number("leftOutFull").toULongLong());
+        .arg(number("leftOutLate").toULongLong())
+        .arg(number("leftOutFull").toULongLong());
 }
 
 bool writeFile(const QString &path, const QByteArray &content, QString &error)

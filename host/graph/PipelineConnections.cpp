@@ -1,8 +1,7 @@
+#include "host/Log.h"
 #include "host/ResultText.h"
 #include "host/graph/Negotiation.h"
 #include "host/graph/Pipeline.h"
-
-#include <QtCore/QVariant>
 
 #include <mfapi.h>
 #include <mferror.h>
@@ -37,12 +36,10 @@ bool carriesSound(const NodeInput &input)
     return type && SUCCEEDED(type->GetMajorType(&majorType)) && IsEqualGUID(majorType, MFMediaType_Audio);
 }
 
-// "Studio, sound" or, of a node without a name, "NDISink, picture".
+// "Studio, sound"
 QString inputName(const NodeInput &input)
 {
-    const QString name = input.node()->property("name").toString();
-    return (name.isEmpty() ? QString::fromLatin1(input.node()->metaObject()->className()) : name) +
-           (carriesSound(input) ? QStringLiteral(", sound") : QStringLiteral(", picture"));
+    return nodeName(input.node()) + (carriesSound(input) ? QStringLiteral(", sound") : QStringLiteral(", picture"));
 }
 
 template <typename Interface>

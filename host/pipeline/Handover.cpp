@@ -160,13 +160,13 @@ CComPtr<IMFSample> Handover::lendAt(IMFSample *sample, HnsTime arrival, HnsTime 
 void Handover::leaveOut(HnsTime now)
 {
     ++(m_pace.isTakingBack() ? m_counts.leftOutLate : m_counts.leftOutFull);
+    const bool isBeginning = m_pace.isBeginning();
     m_pace.leaveOut(now);
-    ++m_unlogged;
-    if (now - m_lastLog < LogInterval)
+    if (isBeginning || now - m_lastLog < LogInterval)
         return;
-    qCInfo(lcHost).noquote() << m_name << "is late by" << m_pace.lateness(now).toMilliseconds() << "ms; left out"
-                             << m_unlogged << "of its samples";
-    m_unlogged = 0;
+    qCWarning(lcHost).noquote() << m_name << "left out:" << m_counts.leftOutLate - m_logged.leftOutLate << "late,"
+                                << m_counts.leftOutFull - m_logged.leftOutFull << "with no room for them";
+    m_logged = m_counts;
     m_lastLog = now;
 }
 

@@ -32,7 +32,7 @@ struct SinkActivity {
 };
 
 // The samples between one stream and its sink: those that the sink holds, and the newest of a live stream as long as it
-// may not go. Counts all of them, and logs what is left out, at most once a second.
+// may not go. Counts all of them, and logs what is left out once the stream has begun, at most once a second.
 //
 // Threads: any.
 class Handover
@@ -86,7 +86,7 @@ private:
     std::array<long long, 64> m_latencies{};
     unsigned long long m_returned = 0;
     PortFigures m_counts; // its counters alone
-    unsigned m_unlogged = 0;
+    PortFigures m_logged; // the counters when they were logged last
     HnsTime m_lastLog;
 };
 

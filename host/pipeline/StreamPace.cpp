@@ -62,13 +62,13 @@ bool StreamPace::mayGo(HnsTime now) const
     if (!hasRoom || now < recheckTime())
         return false;
     // While lateness is taken back the sink holds nothing of the stream but what waits for other streams.
-    return !isStrict() || !(m_blocked < ahead);
+    return !isTakingBack() || !(m_blocked < ahead);
 }
 
 HnsTime StreamPace::recheckTime() const
 {
     const HnsTime turn = m_turn.value_or(m_arrival);
-    if (!isStrict())
+    if (!isTakingBack())
         return turn - mostHeld;
     const HnsTime inTime = turn - tolerance();
     const HnsTime wait = sooner(m_duration + m_duration / 2, LongestWaitForNext);
@@ -115,11 +115,6 @@ void StreamPace::comeBack(HnsTime now, HnsTime handedOver, HnsTime idleSince)
 HnsTime StreamPace::lateness(HnsTime now) const
 {
     return m_turn ? later(*m_turn - now, 0) : HnsTime(0);
-}
-
-bool StreamPace::isStrict() const
-{
-    return m_takingBack || m_arrival < m_strictUntil;
 }
 
 HnsTime StreamPace::tolerance() const

@@ -47,8 +47,10 @@ public:
 
     unsigned held() const { return static_cast<unsigned>(m_held.size()); }
     HnsTime lateness(HnsTime now) const;
-    // Lateness that stayed is being taken back; otherwise samples are left out because the sink is full.
-    bool isTakingBack() const { return m_takingBack; }
+    // Lateness is being taken back; otherwise samples are left out because the sink is full.
+    bool isTakingBack() const { return m_takingBack || isBeginning(); }
+    // The stream has only just begun.
+    bool isBeginning() const { return m_arrival < m_strictUntil; }
 
 private:
     // A sample that the sink holds.
@@ -57,7 +59,6 @@ private:
         HnsTime duration;
     };
 
-    bool isStrict() const;
     HnsTime tolerance() const;
     static HnsTime nextTurn(const std::optional<HnsTime> &turn, HnsTime call, HnsTime duration);
 
