@@ -115,3 +115,20 @@ TEST_F(SinkSessionTest, ClosingLeavesNoSender)
     m_made = {};
     EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.sendersMade == 1 && calls.sendersDestroyed == 1; }));
 }
+
+// The sink asks for the next sample when it has queued one, so a session alone bounds nothing: what comes while a send
+// takes long is late by all of that, and behind a clocked sender it stays so. A host needs a pace of its own.
+TEST_F(SinkSessionTest, QueuesAllThatComesWhileASendTakesLong)
+{
+    constexpr int pictures = 50; // two seconds
+    const auto picture = noise(size_t{1280} * 2 * 720);
+    ASSERT_NO_FATAL_FAILURE(play(true, false));
+    ndi.keepSent(false);
+    ndi.holdSends(true);
+    for (int frame = 0; frame < pictures; ++frame)
+        ndi.pushVideo(videoFrame(1280, 720, oneSecond + frame * oneSecond / 25), picture);
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.capturedFrames == pictures; }));
+    EXPECT_EQ(1, ndi.calls().sendsEntered);
+    ndi.holdSends(false);
+    EXPECT_TRUE(ndi.waitFor([](const auto &calls) { return calls.videoSends == pictures; }));
+}
