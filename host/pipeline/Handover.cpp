@@ -106,10 +106,10 @@ void Handover::dropWaiting()
         leaveOut(HnsTime::systemTime());
 }
 
-bool Handover::isFull() const
+unsigned Handover::room() const
 {
     const std::lock_guard<std::mutex> guard(m_lock);
-    return m_pace.held() >= MostAhead;
+    return MostAhead - std::min(m_pace.held(), MostAhead);
 }
 
 bool Handover::comeBack(const SampleLoans::Term &term)
@@ -117,13 +117,12 @@ bool Handover::comeBack(const SampleLoans::Term &term)
     const HnsTime now = HnsTime::systemTime();
     const HnsTime idleSince = m_activity->lastReturn.exchange(now);
     const std::lock_guard<std::mutex> guard(m_lock);
-    const bool matters = m_waiting || m_pace.held() >= MostAhead;
     m_pace.comeBack(now, term.handOver, idleSince);
     const auto held = std::find(m_out.begin(), m_out.end(), term.arrival);
     if (held != m_out.end())
         m_out.erase(held);
     m_latencies[m_returned++ % m_latencies.size()] = now - term.arrival;
-    return matters;
+    return m_waiting != nullptr;
 }
 
 PortFigures Handover::figures() const

@@ -63,9 +63,9 @@ public:
     CComPtr<IMFSample> takeWaiting();
     // Leaves out the sample that waits.
     void dropWaiting();
-    // The sink holds as many samples as a stream that can wait hands over ahead.
-    bool isFull() const;
-    // Whether that changes anything: a sample waits, or the stream does.
+    // How many samples a stream that can wait may hand over now.
+    unsigned room() const;
+    // Whether a sample waits for that.
     bool comeBack(const SampleLoans::Term &term);
 
     PortFigures figures() const;

@@ -5,6 +5,8 @@
 
 #include <mferror.h>
 
+#include <algorithm>
+
 namespace host
 {
 
@@ -91,8 +93,10 @@ HRESULT SinkPort::deliver(const StreamFeed &source, IMFSample *sample)
 {
     {
         const std::lock_guard<std::mutex> delivery(m_delivery);
-        if (feed().get() == &source)
+        if (feed().get() == &source) {
+            m_hasOffers = false;
             return m_sink->ProcessSample(m_handover.lend(sample));
+        }
         ++m_wanted; // the sink waits on
     }
     if (const std::shared_ptr<StreamFeed> other = feed())
@@ -103,8 +107,9 @@ HRESULT SinkPort::deliver(const StreamFeed &source, IMFSample *sample)
 HRESULT SinkPort::offer(const StreamFeed &source, IMFSample *sample)
 {
     const std::lock_guard<std::mutex> delivery(m_delivery);
-    if (feed().get() != &source)
+    if (feed().get() != &source || !m_started)
         return S_FALSE;
+    m_hasOffers = true;
     m_handover.arrive(sample);
     passOn();
     return S_OK;
@@ -130,7 +135,7 @@ void SinkPort::onEvent(MediaEventType type, IMFMediaEvent *event)
         m_started = true;
         break;
     case MEStreamSinkStopped: {
-        const std::lock_guard<std::mutex> delivery(m_delivery);
+        const std::lock_guard<std::mutex> delivery(m_delivery); // nothing is to come after what is dropped here
         m_started = false;
         m_wanted = 0;
         m_handover.dropWaiting();
@@ -162,7 +167,8 @@ void SinkPort::onEvent(MediaEventType type, IMFMediaEvent *event)
 void SinkPort::onReturn(const SampleLoans::Term &term)
 {
     // Elsewhere: the thread that has let go of the sample may be in the middle of a call of this very port.
-    if (m_handover.comeBack(term) && m_paced)
+    const bool isAwaited = m_handover.comeBack(term) || !m_hasOffers;
+    if (isAwaited && m_paced)
         advanceLater(0);
 }
 
@@ -210,7 +216,7 @@ void SinkPort::passOnAtOnce()
 
 unsigned SinkPort::wanted() const
 {
-    return m_paced && m_handover.isFull() ? 0 : m_wanted.load();
+    return m_paced ? std::min(m_wanted.load(), m_handover.room()) : m_wanted.load();
 }
 
 bool SinkPort::takeRequest()

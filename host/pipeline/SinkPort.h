@@ -51,8 +51,10 @@ public:
     void setFeed(const std::shared_ptr<StreamFeed> &feed);
     HRESULT adoptFrom(const StreamFeed &feed, IMFMediaType *type);
 
-    // Whether the sink runs on its clock, and how many samples a stream that can wait is to deliver.
+    // Whether the sink runs on its clock, how many samples it waits for, and how many of them a stream that can wait is
+    // to deliver now.
     bool isStarted() const { return m_started; }
+    unsigned requests() const { return m_wanted; }
     unsigned wanted() const;
     // Takes one request off the count, for a sample that is about to be delivered; false when the sink waits for none.
     bool takeRequest();
@@ -61,7 +63,7 @@ public:
     // Whether a live stream's samples are to be offered, all of them as they come.
     bool takesOffers() const { return m_paced && m_started; }
     // A live stream's next sample: goes to the sink now, or later, or is left out. S_FALSE when the sink has another
-    // feed.
+    // feed or has stopped.
     HRESULT offer(const StreamFeed &feed, IMFSample *sample);
     void placeMarker(const StreamFeed &feed, MFSTREAMSINK_MARKER_TYPE marker, const PROPVARIANT *value);
 
@@ -85,6 +87,7 @@ private:
     EventPump m_pump;
     std::atomic<bool> m_started{false};
     std::atomic<unsigned> m_wanted{0};
+    std::atomic<bool> m_hasOffers{false};    // the stream does not wait for samples to come back
     std::atomic<bool> m_recheckIsDue{false}; // advance() is on its way for the sample that waits
     std::mutex m_delivery;                   // held while a feed calls the sink; taken before m_lock
     mutable std::mutex m_lock;

@@ -263,7 +263,7 @@ void StreamFeed::onMarker(IMFMediaEvent *event, MFSTREAMSINK_MARKER_TYPE marker)
 unsigned StreamFeed::wanted() const
 {
     if (m_port && m_live && m_port->takesOffers())
-        return std::max(1U, m_port->wanted());
+        return std::max(1U, m_port->requests());
     if (m_port && (m_port->isStarted() || !m_live))
         return m_port->wanted();
     return 1;
