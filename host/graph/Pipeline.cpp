@@ -120,8 +120,7 @@ void Pipeline::add(MediaNode *node)
 
 bool Pipeline::mayCreate(const MediaNode *node) const
 {
-    const auto entry = m_entries.find(const_cast<MediaNode *>(node));
-    if (!hasLinks(node) || lacksSender(node) || (entry != m_entries.end() && entry->second.farewells > 0))
+    if (!hasLinks(node) || lacksSender(node) || m_farewells.count(node) > 0)
         return false;
     for (int index = 0; index < node->inputCount(); ++index) {
         const NodeInput *const input = node->getInput(index);
@@ -177,18 +176,18 @@ void Pipeline::giveUpSinks(Entry &entry)
 {
     if (entry.sinks.empty())
         return;
-    ++entry.farewells;
+    MediaNode *const node = entry.driver->node();
+    ++m_farewells[node];
     entry.activity.reset();
     for (const CComPtr<IMFMediaSink> &sink : entry.sinks)
         m_clock.removeSink(sink); // a clock that stops would find it shut down
-    MediaNode *const node = entry.driver->node();
     sayFarewell(std::exchange(entry.sinks, {}), [this, caller = m_caller, node] {
         caller->call([this, node] {
-            Entry *const now = find(node);
-            // Another node may have taken the place of that one.
-            if (!now || now->farewells == 0 || --now->farewells > 0)
+            if (--m_farewells[node] > 0)
                 return;
-            if (now->driver->state() == NodeDriver::State::Off)
+            m_farewells.erase(node);
+            Entry *const now = find(node);
+            if (now && now->driver->state() == NodeDriver::State::Off)
                 now->driver->request();
         });
     });

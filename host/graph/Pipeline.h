@@ -64,9 +64,6 @@ private:
         std::vector<CComPtr<IMFMediaSink>> sinks;
         std::shared_ptr<SinkActivity> activity; // of these
         quint64 generation = 0;
-        // While the sinks before are still being given up the node makes none: a sender would have to take another
-        // name.
-        int farewells = 0;
     };
     using EntryMap = std::map<MediaNode *, Entry>;
 
@@ -102,6 +99,9 @@ private:
 
     const int m_searchPatience;
     EntryMap m_entries;
+    // How many times the sinks of a node are still being given up. Until they are it makes none: a sender would have to
+    // take another name. A node may leave the graph and come back meanwhile.
+    std::map<const MediaNode *, int> m_farewells;
     GraphicsDevice m_device;
     GraphClock m_clock;
     const std::shared_ptr<ObjectCaller> m_caller;

@@ -2,6 +2,7 @@
 
 #include "host/pipeline/Later.h"
 
+#include <atomic>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -14,7 +15,7 @@ namespace host
 namespace
 {
 
-constexpr std::chrono::milliseconds MostPatience{1000};
+constexpr unsigned MostPatience = 1000; // milliseconds
 constexpr std::chrono::milliseconds LookInterval{2};
 
 struct Farewells {
@@ -47,9 +48,9 @@ using Sinks = std::vector<CComPtr<IMFMediaSink>>;
 
 void giveUp(Sinks sinks)
 {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(MostPatience);
     for (const CComPtr<IMFMediaSink> &sink : sinks)
         sink->Shutdown();
-    const auto deadline = std::chrono::steady_clock::now() + MostPatience;
     for (const CComPtr<IMFMediaSink> &sink : sinks) {
         while (!isOnlyReference(sink) && std::chrono::steady_clock::now() < deadline)
             std::this_thread::sleep_for(LookInterval);
@@ -61,9 +62,14 @@ void giveUp(Sinks sinks)
 void sayFarewell(std::vector<CComPtr<IMFMediaSink>> sinks, std::function<void()> done)
 {
     addFarewell(1);
-    const auto leave = [given = std::make_shared<Sinks>(std::move(sinks)), done = std::move(done)] {
+    const auto callDone = [done = std::move(done), isDone = std::make_shared<std::atomic<bool>>(false)] {
+        if (!isDone->exchange(true))
+            done();
+    };
+    runLater(MostPatience, callDone);
+    const auto leave = [given = std::make_shared<Sinks>(std::move(sinks)), callDone] {
         giveUp(std::exchange(*given, {}));
-        done();
+        callDone();
         addFarewell(-1);
     };
     if (FAILED(runAside(leave)))

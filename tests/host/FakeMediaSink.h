@@ -42,6 +42,12 @@ class HoldingSink final : public EventSource<IMFStreamSink>
 public:
     explicit HoldingSink(CComPtr<IMFMediaSink> sink) : m_sink(std::move(sink)) {}
 
+    STDMETHODIMP NonDelegatingQueryInterface(REFIID iid, void **out) override
+    {
+        return IsEqualIID(iid, __uuidof(IMFStreamSink))
+                   ? GetInterface(static_cast<IMFStreamSink *>(this), out)
+                   : EventSource<IMFStreamSink>::NonDelegatingQueryInterface(iid, out);
+    }
     STDMETHODIMP GetMediaSink(IMFMediaSink **sink) override { return m_sink.CopyTo(sink); }
     STDMETHODIMP GetIdentifier(DWORD *) override { return E_NOTIMPL; }
     STDMETHODIMP GetMediaTypeHandler(IMFMediaTypeHandler **handler) override
