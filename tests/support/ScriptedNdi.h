@@ -100,6 +100,7 @@ public:
         std::vector<NDIlib_tally_t> tallies;
         int sendersMade = 0;
         int sendersDestroyed = 0;
+        int namesakes = 0;    // senders made while another one of that name was there
         int sendsEntered = 0; // of video and audio, held ones included
         int videoSends = 0;
         int audioSends = 0;

@@ -2,10 +2,12 @@
 
 #include "tests/support/ScriptedNdi.h"
 
+#include <algorithm>
 #include <memory>
 #include <type_traits>
 
 struct NDIlib_send_instance_type {
+    std::optional<std::string> name;
     uint64_t seenTally = 0;
 };
 
@@ -53,6 +55,10 @@ struct ScriptedNdiSendAccess {
             return nullptr;
         ++script.m_calls.sendersMade;
         const NDIlib_send_instance_t sender = std::make_unique<NDIlib_send_instance_type>().release();
+        sender->name = textOf(settings.p_ndi_name);
+        if (std::any_of(script.m_senders.begin(), script.m_senders.end(),
+                        [sender](const auto *other) { return other->name == sender->name; }))
+            ++script.m_calls.namesakes;
         script.m_senders.insert(sender);
         return sender;
     }
