@@ -43,12 +43,14 @@ protected:
             import Tavrin.Host 1.0
             Graph {
                 property var target: sink
+                property var soundTarget: target
                 TestPattern { id: pattern; width: 160; height: 64; fps: 50 }
                 NDISink { id: sink; objectName: "sink"; name: "Studio" }
                 NDISink { id: other; objectName: "other"; name: "Gallery" }
                 Link { objectName: "video"; from: pattern.videoOutput; to: target.videoInput }
-                Link { objectName: "audio"; from: pattern.audioOutput; to: target.audioInput }
+                Link { objectName: "audio"; from: pattern.audioOutput; to: soundTarget.audioInput }
                 function moveToOther() { target = other }
+                function moveSoundToOther() { soundTarget = other }
             })",
                           QUrl());
         m_scene.reset(qobject_cast<host::Graph *>(component.create()));
@@ -82,10 +84,10 @@ protected:
         m_ndi.holdSends(true);
         ASSERT_TRUE(m_ndi.waitFor(isSending));
     }
-    // A send is under way, which ends only when the test lets it, or after 20 seconds.
+    // A send is under way, which has not ended without the test's leave.
     static bool isSending(const ScriptedNdi::Calls &calls)
     {
-        return calls.sendsEntered > calls.videoSends + calls.audioSends;
+        return calls.holdsOver == 0 && calls.sendsEntered > calls.videoSends + calls.audioSends;
     }
     bool isHeldUp() { return isSending(m_ndi.calls()); }
     void letGo() { m_ndi.holdSends(false); }
@@ -214,6 +216,29 @@ TEST_F(HeldSenderTest, LinksMoveToAnotherSinkWhileASendIsHeldUp)
     EXPECT_TRUE(senderGoes());
     EXPECT_TRUE(sends(5));
     EXPECT_EQ("Gallery", m_ndi.calls().senderSettings[1].name);
+}
+
+TEST_F(HeldSenderTest, AnotherSinkJoinsWhileASendIsHeldUp)
+{
+    QMetaObject::invokeMethod(m_scene.get(), "moveSoundToOther");
+    ASSERT_TRUE(waitUntil([this] { return m_ndi.calls().sendersDestroyed == 1; }, SendDeadline));
+    // More than a sink that is held up is given.
+    ASSERT_TRUE(sends(static_cast<int>(host::StreamPace::mostSamples) + 1));
+    holdUp();
+    const int before = m_ndi.calls().sendersMade;
+    auto &other = *m_scene->findChild<MediaNode *>("other");
+    other.setProperty("name", "Stage");
+    ASSERT_TRUE(waitUntil([&] { return m_ndi.calls().sendersMade == before + 1; }, SendDeadline));
+    // It joins the clock, which knows the sink that is held up. Its figures begin anew.
+    ASSERT_TRUE(waitUntil(
+        [this] {
+            const QVariantMap now = figures("audio");
+            return !now.isEmpty() && now["samples"].toUInt() <= host::StreamPace::mostSamples;
+        },
+        SendDeadline));
+    EXPECT_TRUE(isHeldUp());
+    letGo();
+    EXPECT_TRUE(sends(5));
 }
 
 } // namespace

@@ -43,9 +43,9 @@ CComPtr<IMFSample> makeSample(int buffers = 1)
     return sample;
 }
 
-CComPtr<IMFSample> makeTimedSample()
+CComPtr<IMFSample> makeTimedSample(int buffers = 1)
 {
-    CComPtr<IMFSample> sample = makeSample();
+    CComPtr<IMFSample> sample = makeSample(buffers);
     sample->SetSampleTime(400000);
     sample->SetSampleDuration(200000);
     return sample;
@@ -103,11 +103,11 @@ protected:
 
 TEST_F(SampleLoansTest, HasTheBuffersOfTheOriginalInTheirOrder)
 {
-    const CComPtr<IMFSample> original = makeSample(3);
+    const CComPtr<IMFSample> original = makeTimedSample(3);
     expectSameBuffers(original, lend(original));
     ASSERT_TRUE(waitUntil([this] { return *m_returns == 1; }));
     // One that comes again has the buffers of the next original alone.
-    const CComPtr<IMFSample> next = makeSample(2);
+    const CComPtr<IMFSample> next = makeTimedSample(2);
     expectSameBuffers(next, lend(next));
 }
 

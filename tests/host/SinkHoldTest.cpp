@@ -61,14 +61,14 @@ TEST_F(SinkHoldTest, NewestWaitsUntilTheSinkAsksForIt)
     EXPECT_TRUE(gets({"sample 1", "sample 3"}));
 }
 
-TEST_F(SinkHoldTest, DeclaredRateCountsNotTheSamplesDuration)
+TEST_F(SinkHoldTest, SampleLastsAsLongAsItsTypeDeclares)
 {
     const CComPtr<IMFMediaType> type = pictureType(64, 32);
     MFSetAttributeRatio(type, MF_MT_FRAME_RATE, 1, 10);
     ASSERT_EQ(S_OK, m_port->adoptFrom(*m_feed, type));
     start(3);
-    offer(1, 1);
-    offer(2, 1);
+    offer(1, 0);
+    offer(2, 0);
     EXPECT_EQ((std::vector<std::string>{"type", "sample 1"}), m_sink->log());
 }
 

@@ -102,6 +102,7 @@ public:
         int sendersDestroyed = 0;
         int namesakes = 0;    // senders made while another one of that name was there
         int sendsEntered = 0; // of video and audio, held ones included
+        int holdsOver = 0;    // held sends that went on because the time was over
         int videoSends = 0;
         int audioSends = 0;
         int metadataSends = 0;

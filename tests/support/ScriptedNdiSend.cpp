@@ -162,7 +162,8 @@ private:
             std::unique_lock<std::mutex> lock(script.m_mutex);
             ++script.m_calls.sendsEntered;
             script.m_changed.notify_all();
-            script.m_changed.wait_for(lock, std::chrono::seconds(20), [&] { return !script.m_holdSends; });
+            if (!script.m_changed.wait_for(lock, std::chrono::seconds(20), [&] { return !script.m_holdSends; }))
+                ++script.m_calls.holdsOver;
         }
 
     private:
