@@ -39,12 +39,12 @@ class NdiRecvVideoMeter : public testing::Test
 {
 protected:
     // Frames with the code of that number, or without one.
-    VideoNews addCoded(std::int64_t number)
+    VideoNews addCoded(std::int64_t number, std::int64_t latency = Latency)
     {
         const std::int64_t sent = Start + number * FrameTime;
         m_picture.draw(static_cast<std::uint64_t>(number), pattern::isFlashFrame(number, Rate));
         m_picture.stamp({static_cast<std::uint64_t>(number), static_cast<std::uint64_t>(sent)});
-        return m_meter.add(frameOf(m_picture, number), sent + Latency);
+        return m_meter.add(frameOf(m_picture, number), sent + latency);
     }
     VideoNews addPlain(std::int64_t number)
     {
@@ -141,6 +141,24 @@ TEST_F(NdiRecvVideoMeter, TellsTheLatencyByTheCode)
     EXPECT_EQ(m_meter.figures().latency.count(), 20U);
     EXPECT_NEAR(m_meter.figures().latency.quantile(0.5), 2, 0.1);
     EXPECT_NEAR(m_meter.figures().latency.maximum(), 2, 1e-9);
+}
+
+TEST_F(NdiRecvVideoMeter, TellsTheLatencyOfTheLastTwoSeconds)
+{
+    EXPECT_FALSE(m_meter.figures().recentLatency);
+    for (int number = 0; number < 300; ++number)
+        addCoded(number);
+    EXPECT_NEAR(m_meter.figures().recentLatency.value_or(0), 2, 1e-9);
+    for (int number = 300; number < 400; ++number)
+        addCoded(number, 30 * Latency);
+    EXPECT_NEAR(m_meter.figures().latency.quantile(0.5), 2, 0.1);
+    EXPECT_NEAR(m_meter.figures().recentLatency.value_or(0), 60, 1e-9);
+    for (int number = 400; number < 440; ++number)
+        addCoded(number);
+    EXPECT_NEAR(m_meter.figures().recentLatency.value_or(0), 60, 1e-9);
+    for (int number = 440; number < 460; ++number)
+        addCoded(number);
+    EXPECT_NEAR(m_meter.figures().recentLatency.value_or(0), 2, 1e-9);
 }
 
 TEST_F(NdiRecvVideoMeter, TellsNoLatencyByTheClockOfAnotherMachine)

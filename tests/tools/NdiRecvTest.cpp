@@ -49,6 +49,8 @@ TEST_F(NdiRecv, MeasuresByThePattern)
     EXPECT_LE(latency["median"].toDouble(), latency["p95"].toDouble());
     EXPECT_LE(latency["p95"].toDouble(), latency["max"].toDouble());
     EXPECT_LT(latency["median"].toDouble(), 500);
+    EXPECT_GT(latency["recent"].toDouble(), 0);
+    EXPECT_LE(latency["recent"].toDouble(), latency["max"].toDouble());
     ASSERT_TRUE(recv["avOffsetMs"].isDouble());
     EXPECT_NEAR(recv["avOffsetMs"].toDouble(), 0, 0.2);
 }

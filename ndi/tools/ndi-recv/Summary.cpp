@@ -49,11 +49,13 @@ QJsonValue orNull(const std::optional<std::uint64_t> &value)
     return value ? QJsonValue(static_cast<qint64>(*value)) : QJsonValue(QJsonValue::Null);
 }
 
-QJsonValue latencyOf(const recording::Histogram &latency)
+QJsonValue latencyOf(const VideoFigures &video)
 {
+    const recording::Histogram &latency = video.latency;
     if (latency.count() == 0)
         return QJsonValue::Null;
     return QJsonObject{{QStringLiteral("median"), latency.quantile(0.5)},
+                       {QStringLiteral("recent"), orNull(video.recentLatency)},
                        {QStringLiteral("p95"), latency.quantile(0.95)},
                        {QStringLiteral("max"), latency.maximum()}};
 }
@@ -70,7 +72,7 @@ void addVideo(const VideoFigures &video, QJsonObject &json)
     json[QStringLiteral("lostFrames")] = static_cast<qint64>(video.lost);
     json[QStringLiteral("repeatedFrames")] = static_cast<qint64>(video.repeated);
     json[QStringLiteral("restarts")] = static_cast<qint64>(video.restarts);
-    json[QStringLiteral("latencyMs")] = latencyOf(video.latency);
+    json[QStringLiteral("latencyMs")] = latencyOf(video);
     if (!video.format)
         return;
     json[QStringLiteral("width")] = video.format->width;

@@ -70,6 +70,7 @@ void VideoMeter::connectionLost()
 VideoFigures VideoMeter::figures() const
 {
     VideoFigures figures = m_figures;
+    figures.recentLatency = m_recentLatency.median();
     if (m_intervalSum > 0)
         figures.rate = static_cast<double>(m_intervals) * pattern::HnsPerSecond / static_cast<double>(m_intervalSum);
     return figures;
@@ -132,8 +133,11 @@ void VideoMeter::noteCode(const pattern::PatternCode &code, const pattern::Const
     m_figures.lastFrame = code.frame;
 
     const auto sent = static_cast<std::int64_t>(code.sendTimeHns);
-    if (sent <= begin.arrival && sent >= begin.arrival - LargestLatency)
-        m_figures.latency.add(static_cast<double>(begin.arrival - sent) / HnsPerMs);
+    if (sent <= begin.arrival && sent >= begin.arrival - LargestLatency) {
+        const double latency = static_cast<double>(begin.arrival - sent) / HnsPerMs;
+        m_figures.latency.add(latency);
+        m_recentLatency.add(latency, begin.arrival);
+    }
 
     const bool flash = pattern::isFlashShown(picture);
     if (flash && m_lastFlash == false)

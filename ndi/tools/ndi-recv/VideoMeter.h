@@ -4,6 +4,7 @@
 // size. Used by one thread.
 
 #include "ndi/tools/ndi-recv/GapCounter.h"
+#include "ndi/tools/ndi-recv/RecentLatency.h"
 #include "pattern/PatternCode.h"
 #include "pattern/SyncMeter.h"
 #include "recording/Histogram.h"
@@ -42,8 +43,9 @@ struct VideoFigures {
     std::int64_t coded = 0;
     std::optional<std::uint64_t> firstFrame;
     std::optional<std::uint64_t> lastFrame;
-    recording::Histogram latency; // milliseconds
-    double rate = 0;              // frames a second by arrival, over all times of connection; 0 before the second frame
+    recording::Histogram latency;        // milliseconds
+    std::optional<double> recentLatency; // the median of the last two seconds, milliseconds
+    double rate = 0; // frames a second by arrival, over all times of connection; 0 before the second frame
 };
 
 // What a frame changed that the user is told.
@@ -78,6 +80,7 @@ private:
 
     pattern::SyncMeter &m_sync;
     VideoFigures m_figures;
+    RecentLatency m_recentLatency;
     std::int64_t m_intervals = 0;   // between frames of one connection
     std::int64_t m_intervalSum = 0; // 100 ns
     std::optional<std::int64_t> m_lastArrival;
