@@ -1,5 +1,6 @@
 #include "tests/e2e/TestReceiver.h"
 
+#include "pattern/PatternCode.h"
 #include "tests/e2e/Network.h"
 
 #include <utility>
@@ -8,6 +9,11 @@ namespace
 {
 
 constexpr std::uint32_t Wait = 50; // milliseconds
+
+std::int64_t now()
+{
+    return static_cast<std::int64_t>(pattern::steadyNowHns());
+}
 
 int bytesPerPixel(const NDIlib_video_frame_v2_t &frame)
 {
@@ -140,7 +146,7 @@ void TestReceiver::run(const std::string &listedName, NDIlib_recv_color_format_e
 
 void TestReceiver::keep(const NDIlib_video_frame_v2_t &frame)
 {
-    ReceivedPicture picture{frame, {}, frame.p_metadata};
+    ReceivedPicture picture{frame, {}, frame.p_metadata, now()};
     const int line = frame.xres * bytesPerPixel(frame);
     picture.bytes.reserve(line * frame.yres);
     for (int y = 0; y < frame.yres; ++y)
@@ -154,7 +160,7 @@ void TestReceiver::keep(const NDIlib_video_frame_v2_t &frame)
 
 void TestReceiver::keep(const NDIlib_audio_frame_v2_t &frame)
 {
-    ReceivedSound sound{frame, {}, frame.p_metadata};
+    ReceivedSound sound{frame, {}, frame.p_metadata, now()};
     const int stride = frame.channel_stride_in_bytes / static_cast<int>(sizeof(float));
     for (int sample = 0; sample < frame.no_samples; ++sample)
         for (int channel = 0; channel < frame.no_channels; ++channel)

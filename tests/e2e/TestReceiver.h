@@ -8,6 +8,7 @@
 #include <QtCore/QString>
 
 #include <atomic>
+#include <cstdint>
 #include <deque>
 #include <mutex>
 #include <string>
@@ -18,12 +19,14 @@ struct ReceivedPicture {
     NDIlib_video_frame_v2_t header; // its pointers are no longer valid
     QByteArray bytes;               // lines packed
     QByteArray metadata;
+    std::int64_t arrival = 0; // see pattern::steadyNowHns()
 };
 
 struct ReceivedSound {
     NDIlib_audio_frame_v2_t header; // its pointers are no longer valid
     std::vector<float> samples;     // interleaved
     QByteArray metadata;
+    std::int64_t arrival = 0; // see pattern::steadyNowHns()
 };
 
 // Finds its sender, connects once and receives on a thread of its own, from its making to its end. Thread-safe.
