@@ -49,39 +49,12 @@ done
 build=${1:-$root/build/native}
 counts=("${@:2}")
 ((${#counts[@]} > 0)) || mapfile -t counts < <(seq 16)
-for program in tavrin-host ndi-send ndi-recv; do
-    [[ -x $build/bin/$program ]] || { printf 'streams.sh: %s has no %s; build it first\n' "$build" "$program" >&2; exit 1; }
-done
-build=$(cd "$build" && pwd)
-export LD_LIBRARY_PATH=$build/ndi-local${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}
+. "$root/bench/programs.sh"
 
 # How long all streams may take to arrive, and what the programs may run at most.
 readonly arrival_seconds=20
 readonly limit_seconds=$((arrival_seconds * 2 + seconds + 10))
 
-scratch=$(mktemp -d)
-running=()
-end_all() {
-    local process
-    for process in "${running[@]}"; do
-        kill "$process" 2>/dev/null || true
-    done
-    for process in "${running[@]}"; do
-        wait "$process" 2>/dev/null || true
-    done
-    running=()
-}
-trap 'end_all; rm -rf "$scratch"' EXIT
-trap 'exit 130' INT
-trap 'exit 143' TERM
-
-# start LOG PROGRAM ARGUMENT...: leaves the process id in $!.
-start() {
-    local log=$1 program=$2
-    shift 2
-    "$build/bin/$program" "$@" >"$scratch/$log" 2>&1 &
-    running+=($!)
-}
 # User and system time of a process so far, in clock ticks. What stands before ") " is its name.
 process_ticks() { sed 's/.*) //' "/proc/$1/stat" | awk '{ print $12 + $13 }'; }
 # Time that all processors were busy, and all of their time, in clock ticks.
@@ -102,17 +75,17 @@ wait_for_arrival() {
     done
 }
 
-# member FILE KEY: a number of a summary with one member a line; 0 for null.
-member() { awk -v key="\"$2\":" '$1 == key { print $2 + 0; exit }' "$1"; }
-# Lost frames, gaps of picture and sound, least frame rate and greatest median latency of so many receivers.
+# Lost frames, gaps of picture and sound, least frame rate and greatest median latencies, of all the time and of its last
+# seconds, of so many receivers.
 received() {
     local index file
     for ((index = 1; index <= $1; ++index)); do
         file=$scratch/receiver-$index.json
-        printf '%s %s %s %s %s\n' "$(member "$file" lostFrames)" "$(member "$file" gaps)" "$(member "$file" audioGaps)" \
-            "$(member "$file" fps)" "$(member "$file" median)"
-    done | awk '{ lost += $1; gaps += $2 + $3; if (NR == 1 || $4 < fps) fps = $4; if ($5 > latency) latency = $5 }
-                END { print lost, gaps, fps, latency }'
+        printf '%s %s %s %s %s %s\n' "$(member "$file" lostFrames)" "$(member "$file" gaps)" "$(member "$file" audioGaps)" \
+            "$(member "$file" fps)" "$(member "$file" median)" "$(member "$file" recent)"
+    done | awk '{ lost += $1; gaps += $2 + $3; if (NR == 1 || $4 < fps) fps = $4
+                  if ($5 > latency) latency = $5; if ($6 > last) last = $6 }
+                END { print lost, gaps, fps, latency, last }'
 }
 
 # start_streams SIZE COUNT: leaves the process ids in $host and ${receivers[@]}.
@@ -162,7 +135,7 @@ measure() {
     print_line "$count" $((ended - began)) $((host_ended - host_began)) "$machine_began $machine_ended" "$(received "$count")"
 }
 
-# print_line COUNT MICROSECONDS HOST_TICKS "BUSY ALL BUSY ALL" "LOST GAPS FPS LATENCY": notes what was carried.
+# print_line COUNT MICROSECONDS HOST_TICKS "BUSY ALL BUSY ALL" "LOST GAPS FPS LATENCY LAST": notes what was carried.
 print_line() {
     awk -v count="$1" -v time="$2" -v ticks="$3" -v hertz="$(getconf CLK_TCK)" -v machine="$4" -v figures="$5" \
         -v rate="$rate" -v carried="$scratch/carried" '
@@ -171,8 +144,8 @@ print_line() {
             split(machine, busy)
             split(figures, figure)
             all = busy[4] - busy[2]
-            printf "%7d  %8.1f  %12.1f  %9.1f  %6d  %5d  %8.2f  %12.2f\n", count, share, share / count,
-                   (all ? 100 * (busy[3] - busy[1]) / all : 0), figure[1], figure[2], figure[3], figure[4]
+            printf "%7d  %8.1f  %12.1f  %9.1f  %6d  %5d  %8.2f  %10.2f  %7.2f\n", count, share, share / count,
+                   (all ? 100 * (busy[3] - busy[1]) / all : 0), figure[1], figure[2], figure[3], figure[4], figure[5]
             if (figure[2] > 0 || figure[3] < 0.98 * rate)
                 exit 1
             print count, share / count >>carried
@@ -184,8 +157,8 @@ table() {
     local size=$1 count
     : >"$scratch/carried"
     printf '%s at %s, %s seconds, %s processors\n' "$size" "$rate" "$seconds" "$(nproc)"
-    printf '%7s  %8s  %12s  %9s  %6s  %5s  %8s  %12s\n' streams 'host %' 'per stream %' 'machine %' lost gaps \
-        'least fps' 'latency ms'
+    printf '%7s  %8s  %12s  %9s  %6s  %5s  %8s  %10s  %7s\n' streams 'host %' 'per stream %' 'machine %' lost \
+        gaps 'least fps' 'latency ms' 'last ms'
     for count in "${counts[@]}"; do
         measure "$size" "$count" || { printf 'not carried: %s\n' "$count" && break; }
     done
