@@ -46,7 +46,7 @@ bool isOnlyReference(const CComPtr<IMFMediaSink> &sink)
 
 using Sinks = std::vector<CComPtr<IMFMediaSink>>;
 
-void giveUp(Sinks sinks)
+void giveUp(const Sinks &sinks)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(MostPatience);
     for (const CComPtr<IMFMediaSink> &sink : sinks)

@@ -112,7 +112,7 @@ TEST_F(HeldSenderTest, SceneGoesOnAndTheSinkHoldsNoMoreThanItMay)
         SendDeadline));
     EXPECT_TRUE(isHeldUp());
     const double pictureMs = 1000.0 / Rate;
-    const double mostMs = host::StreamPace::mostHeld.toMilliseconds() + pictureMs;
+    const double mostMs = static_cast<double>(host::StreamPace::mostHeld.toMilliseconds()) + pictureMs;
     for (const char *const link : {"video", "audio"}) {
         const unsigned held = figures(link)["held"].toUInt();
         EXPECT_LE(1U, held) << link;
