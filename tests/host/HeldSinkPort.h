@@ -82,6 +82,26 @@ protected:
         ASSERT_TRUE(waitUntil([&] { return *m_failures > before; }));
     }
     HRESULT offer(LONGLONG time, LONGLONG duration) { return m_port->offer(*m_feed, makeSample(time, duration)); }
+    unsigned long long leftOut() const
+    {
+        const host::PortFigures figures = m_port->figures();
+        return figures.leftOutLate + figures.leftOutFull;
+    }
+    // What is left out of a stream's first moments counts as late. The sink has room again when this returns.
+    void passBeginning()
+    {
+        start(1000);
+        unsigned long long offered = 0;
+        ASSERT_TRUE(waitUntil([&] {
+            offer(0, 0);
+            ++offered;
+            return m_port->figures().leftOutFull > 0;
+        }));
+        ASSERT_TRUE(waitUntil([&] {
+            m_sink->release(SIZE_MAX);
+            return m_port->figures().samples + leftOut() == offered && m_port->figures().held == 0;
+        }));
+    }
     bool gets(const std::vector<std::string> &log)
     {
         return waitUntil([&] { return m_sink->log().size() >= log.size(); }) && m_sink->log() == log;
