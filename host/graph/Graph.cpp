@@ -1,5 +1,6 @@
 #include "host/graph/Graph.h"
 
+#include "host/Log.h"
 #include "host/graph/Link.h"
 
 namespace host
@@ -17,6 +18,7 @@ QVariantMap figuresMap(const PortFigures &figures)
             {QStringLiteral("heldMs"), figures.heldMs},
             {QStringLiteral("latencyMedianMs"), figures.latencyMedianMs},
             {QStringLiteral("latencyMaxMs"), figures.latencyMaxMs},
+            {QStringLiteral("leftOutFirst"), static_cast<qulonglong>(figures.leftOutFirst)},
             {QStringLiteral("leftOutLate"), static_cast<qulonglong>(figures.leftOutLate)},
             {QStringLiteral("leftOutFull"), static_cast<qulonglong>(figures.leftOutFull)}};
 }
@@ -145,11 +147,21 @@ void Graph::onObjectGone(QObject *object)
 
 void Graph::refreshFigures()
 {
-    for (QObject *const object : qAsConst(m_links)) {
+    std::vector<PortFigures> all;
+    // A scene that hears of new figures may take links out of the graph.
+    const QList<QObject *> links = m_links;
+    for (QObject *const object : links) {
+        if (!m_links.contains(object))
+            continue;
         auto *const link = static_cast<Link *>(object);
         const std::optional<PortFigures> figures = link->to() ? m_pipeline.figures(link->to()) : std::nullopt;
+        if (figures)
+            all.push_back(*figures);
         link->setFigures(figures ? figuresMap(*figures) : QVariantMap());
     }
+    const QString text = m_leftOutLog.text(all);
+    if (!text.isEmpty())
+        qCWarning(lcHost).noquote() << text;
 }
 
 void Graph::update()

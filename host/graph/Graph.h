@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/graph/LeftOutLog.h"
 #include "host/graph/Pipeline.h"
 
 #include <QtCore/QObject>
@@ -73,6 +74,7 @@ private:
     QList<QObject *> m_links; // those of m_objects that are links
     Pipeline m_pipeline;
     QTimer m_refresh; // of the links' figures
+    LeftOutLog m_leftOutLog;
     bool m_running = true;
     bool m_complete = false;
 };

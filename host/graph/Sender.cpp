@@ -3,6 +3,8 @@
 #include <QtCore/QMetaProperty>
 #include <QtQml/QQmlEngine>
 
+#include <optional>
+
 namespace host
 {
 
@@ -14,19 +16,22 @@ QVariant inputOf(const MediaNode *node)
     return node->property("input");
 }
 
-QString nameOf(const QVariant &input)
+// None when the value is nothing that has a name.
+std::optional<QString> nameOf(const QVariant &input)
 {
     const QMetaObject *const type = QMetaType::metaObjectForType(input.userType());
     const int index = type ? type->indexOfProperty("name") : -1;
-    return index < 0 ? QString() : type->property(index).readOnGadget(input.constData()).toString();
+    if (index < 0)
+        return {};
+    return type->property(index).readOnGadget(input.constData()).toString();
 }
 
 } // namespace
 
 bool lacksSender(const MediaNode *node)
 {
-    const QVariant input = inputOf(node);
-    return input.isValid() && nameOf(input).isEmpty();
+    const std::optional<QString> name = nameOf(inputOf(node));
+    return name && name->isEmpty();
 }
 
 QString listedSender(const MediaNode *node)
@@ -37,7 +42,8 @@ QString listedSender(const MediaNode *node)
     if (!input.isValid() || !engine || type < 0)
         return {};
     const QObject *const network = engine->singletonInstance<QObject *>(type);
-    return network && network->property("inputs").toList().contains(input) ? nameOf(input) : QString();
+    return network && network->property("inputs").toList().contains(input) ? nameOf(input).value_or(QString())
+                                                                           : QString();
 }
 
 } // namespace host

@@ -26,7 +26,8 @@ struct Farewells {
 
 Farewells &farewells()
 {
-    static Farewells all;
+    // Never destroyed: a farewell may outlast the end of main.
+    static Farewells &all = *std::make_unique<Farewells>().release();
     return all;
 }
 

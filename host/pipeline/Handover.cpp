@@ -1,9 +1,9 @@
 #include "host/pipeline/Handover.h"
 
-#include "host/Log.h"
 #include "host/pipeline/ComFactory.h"
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 namespace host
@@ -14,7 +14,13 @@ namespace
 
 // One that is sent, and one for when it is: more would only wait.
 constexpr unsigned MostAhead = 2;
-const HnsTime LogInterval = HnsTime::seconds(1);
+
+// Not the system's time, which somebody may set.
+HnsTime steadyTime()
+{
+    using Hns = std::chrono::duration<long long, std::ratio<1, 10000000>>;
+    return std::chrono::duration_cast<Hns>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
 
 double milliseconds(long long hns)
 {
@@ -23,9 +29,9 @@ double milliseconds(long long hns)
 
 } // namespace
 
-Handover::Handover(QString name, std::shared_ptr<SinkActivity> activity)
-    : m_name(std::move(name)), m_activity(std::move(activity))
+Handover::Handover(QString name, std::shared_ptr<SinkActivity> activity) : m_activity(std::move(activity))
 {
+    m_counts.name = std::move(name);
     m_out.reserve(StreamPace::mostSamples);
 }
 
@@ -51,9 +57,16 @@ void Handover::setRate(const DeclaredRate &rate)
     m_rate = rate;
 }
 
+void Handover::begin()
+{
+    dropWaiting();
+    const std::lock_guard<std::mutex> guard(m_lock);
+    m_pace.begin();
+}
+
 CComPtr<IMFSample> Handover::lend(IMFSample *sample)
 {
-    const HnsTime now = HnsTime::systemTime();
+    const HnsTime now = steadyTime();
     const std::lock_guard<std::mutex> guard(m_lock);
     m_pace.arrive(now, m_rate.duration(sample));
     return lendAt(sample, now, now);
@@ -62,7 +75,7 @@ CComPtr<IMFSample> Handover::lend(IMFSample *sample)
 void Handover::arrive(IMFSample *sample)
 {
     CComPtr<IMFSample> dropped; // goes after the lock
-    const HnsTime now = HnsTime::systemTime();
+    const HnsTime now = steadyTime();
     const std::lock_guard<std::mutex> guard(m_lock);
     dropped = std::exchange(m_waiting, sample);
     if (dropped)
@@ -77,24 +90,25 @@ bool Handover::hasWaiting() const
     return m_waiting != nullptr;
 }
 
-bool Handover::mayGo() const
+std::optional<unsigned> Handover::delay() const
 {
     const std::lock_guard<std::mutex> guard(m_lock);
-    return m_waiting && m_pace.mayGo(HnsTime::systemTime());
-}
-
-unsigned Handover::recheckDelay() const
-{
-    const std::lock_guard<std::mutex> guard(m_lock);
-    const HnsTime delay = m_pace.recheckTime() - HnsTime::systemTime();
-    return HnsTime(0) < delay ? static_cast<unsigned>(delay.toMilliseconds() + 1) : 0;
+    const HnsTime now = steadyTime();
+    if (!m_waiting)
+        return {};
+    if (m_pace.mayGo(now))
+        return 0;
+    const HnsTime delay = m_pace.recheckTime() - now;
+    if (!(HnsTime(0) < delay))
+        return {};
+    return static_cast<unsigned>(delay.toMilliseconds() + 1);
 }
 
 CComPtr<IMFSample> Handover::takeWaiting()
 {
     const std::lock_guard<std::mutex> guard(m_lock);
     const CComPtr<IMFSample> sample = std::exchange(m_waiting, nullptr);
-    return sample ? lendAt(sample, m_waitingSince, HnsTime::systemTime()) : nullptr;
+    return sample ? lendAt(sample, m_waitingSince, steadyTime()) : nullptr;
 }
 
 void Handover::dropWaiting()
@@ -103,7 +117,7 @@ void Handover::dropWaiting()
     const std::lock_guard<std::mutex> guard(m_lock);
     dropped = std::exchange(m_waiting, nullptr);
     if (dropped)
-        leaveOut(HnsTime::systemTime());
+        leaveOut(steadyTime());
 }
 
 unsigned Handover::room() const
@@ -114,7 +128,7 @@ unsigned Handover::room() const
 
 bool Handover::comeBack(const SampleLoans::Term &term)
 {
-    const HnsTime now = HnsTime::systemTime();
+    const HnsTime now = steadyTime();
     const HnsTime idleSince = m_activity->lastReturn.exchange(now);
     const std::lock_guard<std::mutex> guard(m_lock);
     m_pace.comeBack(now, term.handOver, idleSince);
@@ -127,7 +141,7 @@ bool Handover::comeBack(const SampleLoans::Term &term)
 
 PortFigures Handover::figures() const
 {
-    const HnsTime now = HnsTime::systemTime();
+    const HnsTime now = steadyTime();
     const std::lock_guard<std::mutex> guard(m_lock);
     PortFigures figures = m_counts;
     figures.held = static_cast<unsigned>(m_out.size());
@@ -158,15 +172,11 @@ CComPtr<IMFSample> Handover::lendAt(IMFSample *sample, HnsTime arrival, HnsTime 
 
 void Handover::leaveOut(HnsTime now)
 {
-    ++(m_pace.isTakingBack() ? m_counts.leftOutLate : m_counts.leftOutFull);
-    const bool isBeginning = m_pace.isBeginning();
+    if (m_pace.isBeginning())
+        ++m_counts.leftOutFirst;
+    else
+        ++(m_pace.isTakingBack() ? m_counts.leftOutLate : m_counts.leftOutFull);
     m_pace.leaveOut(now);
-    if (isBeginning || now - m_lastLog < LogInterval)
-        return;
-    qCWarning(lcHost).noquote() << m_name << "left out:" << m_counts.leftOutLate - m_logged.leftOutLate << "late,"
-                                << m_counts.leftOutFull - m_logged.leftOutFull << "with no room for them";
-    m_logged = m_counts;
-    m_lastLog = now;
 }
 
 } // namespace host

@@ -75,8 +75,10 @@ void SinkPort::setFeed(const std::shared_ptr<StreamFeed> &feed)
 {
     const std::lock_guard<std::mutex> delivery(m_delivery);
     const std::lock_guard<std::mutex> guard(m_lock);
-    if (m_feed.lock() != feed)
-        m_handover.dropWaiting(); // a sample of the stream before
+    if (m_feed.lock() != feed) {
+        m_handover.begin();
+        m_hasOffers = false; // the stream of this feed may be one that waits
+    }
     m_feed = feed;
 }
 
@@ -174,13 +176,15 @@ void SinkPort::onReturn(const SampleLoans::Term &term)
 
 void SinkPort::advanceLater(unsigned delay)
 {
-    runLater(delay, [weak = weak_from_this()] {
+    const HRESULT hr = runLater(delay, [weak = weak_from_this()] {
         const std::shared_ptr<SinkPort> port = weak.lock();
         if (!port)
             return;
         port->m_recheckIsDue = false;
         port->advance();
     });
+    if (FAILED(hr))
+        m_recheckIsDue = false;
 }
 
 void SinkPort::advance()
@@ -195,15 +199,13 @@ void SinkPort::advance()
 
 void SinkPort::passOn()
 {
-    if (!m_started || !m_handover.hasWaiting())
+    const std::optional<unsigned> delay = m_started ? m_handover.delay() : std::nullopt;
+    if (!delay)
         return;
-    if (m_handover.mayGo() && takeRequest()) {
+    if (*delay == 0 && takeRequest())
         m_sink->ProcessSample(m_handover.takeWaiting());
-        return;
-    }
-    const unsigned delay = m_handover.recheckDelay();
-    if (delay > 0 && !m_recheckIsDue.exchange(true))
-        advanceLater(delay);
+    else if (*delay > 0 && !m_recheckIsDue.exchange(true))
+        advanceLater(*delay);
 }
 
 // Before what may not overtake it: a marker, a type.

@@ -178,7 +178,7 @@ void StreamFeed::onSample(IMFMediaEvent *event)
             if (isBacklog)
                 m_waiting = sample;
             else
-                sink = receiver(); // under this lock, lest ask() takes the sink for waiting for one more in between
+                sink = takeReceiver(); // under this lock, lest ask() takes the sink for waiting for one more in between
         }
         handOver(sink, sample);
     }
@@ -208,7 +208,7 @@ void StreamFeed::handOverWaiting(IMFSample *only)
             if (!m_waiting || (only && m_waiting != only))
                 return;
             sample.Attach(m_waiting.Detach());
-            sink = receiver();
+            sink = takeReceiver();
         }
         handOver(sink, sample);
     }
@@ -223,7 +223,7 @@ void StreamFeed::handOver(const Receiver &sink, IMFSample *sample)
         ++m_delivered;
 }
 
-StreamFeed::Receiver StreamFeed::receiver() const
+StreamFeed::Receiver StreamFeed::takeReceiver() const
 {
     if (!m_port)
         return {};

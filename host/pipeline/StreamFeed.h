@@ -59,7 +59,7 @@ public:
     // Asks the stream for what the sink misses.
     void ask();
 
-    // Samples that a sink took since the feed was made.
+    // Samples that a sink's port took since the feed was made.
     unsigned long long delivered() const { return m_delivered; }
 
 private:
@@ -82,7 +82,7 @@ private:
     // These need m_lock held.
     unsigned wanted() const;
     // The sink, if it takes offers, or waits for a sample; from then on for one less.
-    Receiver receiver() const;
+    Receiver takeReceiver() const;
 
     const bool m_live;
     const Callbacks m_callbacks;

@@ -46,8 +46,11 @@ bool StreamPace::arrive(HnsTime now, HnsTime duration)
         m_takingBack = true;
         m_leftOut = false;
     }
-    if (!m_turn)
+    if (m_begins) {
         m_strictUntil = now + patience;
+        m_leftOut = false;
+        m_begins = false;
+    }
     if (!inTime)
         m_lastLoss = now;
     if (Probation < now - m_lastLoss)

@@ -32,6 +32,8 @@ public:
     static constexpr unsigned mostSamples = 32;
     static const HnsTime patience;
 
+    // The sample that comes next is the first of another stream, and its times have nothing to do with those before.
+    void begin() { m_begins = true; }
     // A new sample that lasts so long, 0 if that is not known. Whether it may go at once.
     bool arrive(HnsTime now, HnsTime duration);
     // The same for the sample that came last and has waited since.
@@ -70,6 +72,7 @@ private:
     HnsTime m_lastReturn;
     HnsTime m_blocked;     // how long other streams have kept the sink from this one's samples lately, at most
     HnsTime m_strictUntil; // after the stream's beginning
+    bool m_begins = true;
     std::optional<HnsTime> m_lateSince; // none while samples come in time
     bool m_takingBack = false;
     bool m_leftOut = false; // one sample at least, of the lateness that is being taken back

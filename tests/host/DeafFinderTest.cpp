@@ -18,7 +18,7 @@
 namespace
 {
 
-constexpr int Patience = 400; // milliseconds
+constexpr int Patience = 1500; // milliseconds
 constexpr int Deadline = 60000;
 constexpr const char *Studio = "HOST (Studio)";
 

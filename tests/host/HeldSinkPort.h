@@ -85,9 +85,9 @@ protected:
     unsigned long long leftOut() const
     {
         const host::PortFigures figures = m_port->figures();
-        return figures.leftOutLate + figures.leftOutFull;
+        return figures.leftOutFirst + figures.leftOutLate + figures.leftOutFull;
     }
-    // What is left out of a stream's first moments counts as late. The sink has room again when this returns.
+    // Until a stream's first moments are over. The sink has room again when this returns.
     void passBeginning()
     {
         start(1000);

@@ -74,11 +74,29 @@ void expectSameBuffers(IMFSample *expected, IMFSample *actual)
     }
 }
 
+// Item by item: not every system compares objects.
 void expectSameItems(IMFSample *expected, IMFSample *actual)
 {
-    BOOL same = FALSE;
-    ASSERT_EQ(S_OK, expected->Compare(actual, MF_ATTRIBUTES_MATCH_ALL_ITEMS, &same));
-    EXPECT_TRUE(same);
+    UINT32 count = 0;
+    UINT32 actualCount = 0;
+    ASSERT_EQ(S_OK, expected->GetCount(&count));
+    ASSERT_EQ(S_OK, actual->GetCount(&actualCount));
+    EXPECT_EQ(count, actualCount);
+    for (UINT32 index = 0; index < count; ++index) {
+        GUID key = GUID_NULL;
+        PROPVARIANT value;
+        PropVariantInit(&value);
+        ASSERT_EQ(S_OK, expected->GetItemByIndex(index, &key, &value));
+        CComPtr<IUnknown> object;
+        BOOL same = FALSE;
+        if (value.vt == VT_UNKNOWN)
+            same = SUCCEEDED(actual->GetUnknown(key, __uuidof(IUnknown), reinterpret_cast<void **>(&object))) &&
+                   object.IsEqualObject(value.punkVal);
+        else
+            actual->CompareItem(key, value, &same);
+        EXPECT_TRUE(same) << index;
+        PropVariantClear(&value);
+    }
 }
 
 // Samples come back on another thread, if the system likes that better.

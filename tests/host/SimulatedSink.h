@@ -28,6 +28,8 @@ public:
 
     // One more sample of a stream, not before those of any stream until now.
     void arrive(std::size_t stream, double time);
+    // What arrives next is another stream's.
+    void cut(std::size_t stream) { m_ports[stream].pace.begin(); }
     // Until all has come to an end.
     void finish() { runUntil(1e12); }
     // A sample that the sink begins to send within that time it has not sent before its end. Before the first arrival.

@@ -18,7 +18,6 @@ protected:
         offer(2, duration);
         ASSERT_EQ((std::vector<std::string>{"sample 1"}), m_sink->log());
     }
-    unsigned long long leftOut() const { return m_port->figures().leftOutFull + m_port->figures().leftOutLate; }
 };
 
 TEST_F(SinkInterruptionTest, WhatWaitsGoesBeforeAMarker)
@@ -182,7 +181,7 @@ TEST_F(PatientStreamTest, IsAskedForTwoAtMostAndForOneMoreWhenOneComesBack)
         send(sample);
         ASSERT_TRUE(waitUntil([this] { return m_sink->held() == 2; }));
     }
-    EXPECT_EQ(0U, m_port->figures().leftOutFull + m_port->figures().leftOutLate);
+    EXPECT_EQ(0U, leftOut());
 }
 
 TEST_F(PatientStreamTest, IsAskedAgainWhenASlowSinkHasGivenAllBack)
@@ -196,6 +195,21 @@ TEST_F(PatientStreamTest, IsAskedAgainWhenASlowSinkHasGivenAllBack)
     EXPECT_TRUE(waitUntil([this] { return m_stream->requests == 3; }));
     settle();
     EXPECT_EQ(3, m_stream->requests);
+}
+
+TEST_F(PatientStreamTest, IsAskedWhenTheSinkHasGivenBackWhatALiveStreamLeftWithIt)
+{
+    const std::shared_ptr<host::StreamFeed> live = makeFeed(true);
+    m_port->setFeed(live);
+    start(10);
+    m_port->offer(*live, makeSample(1, 0));
+    m_port->offer(*live, makeSample(2, 0));
+    ASSERT_EQ(2U, m_sink->held());
+    ASSERT_EQ(S_OK, m_patient->attach(m_port));
+    settle();
+    const int before = m_stream->requests;
+    m_sink->release(2);
+    EXPECT_TRUE(waitUntil([&] { return m_stream->requests > before; }));
 }
 
 } // namespace

@@ -267,6 +267,26 @@ TEST(StreamPace, LeavesNothingOutOfAStreamWithASlowClock)
     EXPECT_EQ(0U, sink.leftOut(Sound));
 }
 
+TEST(StreamPace, LosesNothingBehindACutToAStreamThatIsAheadOfTheOneBefore)
+{
+    constexpr double PictureMs = SecondMs / 60.0;
+    for (const double ahead : {0.0, 0.25, 0.5, 0.75, 1.0}) {
+        SimulatedSink sink({{PictureMs, 3.0}});
+        for (int picture = 0; picture < 60; ++picture)
+            sink.arrive(Picture, picture * PictureMs);
+        sink.cut(Picture);
+        const double cut = (60 - ahead) * PictureMs;
+        for (int picture = 0; picture < 60; ++picture)
+            sink.arrive(Picture, cut + picture * PictureMs);
+        sink.finish();
+        const std::vector<SimulatedSink::Sent> after = sentFrom(sink, Picture, cut);
+        ASSERT_GE(after.size(), 59U) << ahead;
+        EXPECT_LE(after.front().arrival, cut + PictureMs) << ahead;
+        for (std::size_t i = 1; i < after.size(); ++i)
+            EXPECT_NEAR(PictureMs, after[i].arrival - after[i - 1].arrival, 0.01) << ahead;
+    }
+}
+
 TEST(StreamPace, LetsTheNewestGoWhenNothingFollows)
 {
     SimulatedSink sink({{SecondMs / 30.0, 3.0}});
