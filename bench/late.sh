@@ -8,8 +8,8 @@ Usage: bench/late.sh [OPTION...] [BUILD_FOLDER]
 
 Runs examples/send.qml, and examples/bridge.qml behind ndi-send with 1920x1080 at 60, on the local NDI runtime, and prints
 what ndi-recv says of three seconds of each, and the host's memory: in the beginning, 1.5 seconds after the host was
-stopped for a while, with sends of pictures that take 30 ms, and with an ndi-send whose clock is fast or slow. Ends with
-1 when a goal is missed: a latency of 60 ms, after hold-ups too; with slow sends 120 ms, 30 pictures a second and a
+stopped for a while, with sends of its pictures that take 30 ms, and with an ndi-send whose clock is fast or slow. Ends
+with 1 when a goal is missed: a latency of 60 ms, after hold-ups too; with slow sends 120 ms, 30 pictures a second and a
 memory that stays; with clocks that differ a latency that stays, to one picture's duration; picture and sound within
 40 ms always.
 
@@ -94,13 +94,13 @@ report() {
 }
 
 # start_scene SCENE NAME [OPTION...]: a host that sends NAME, for bridge with an ndi-send of those options before it; leaves
-# the host's process id in $host.
+# the host's process id in $host. Slow sends (NDI_LOCAL_SEND_MS) are the host's alone.
 start_scene() {
     local scene=$1 name=$2
     local -a arguments=("$name")
     shift 2
     if [[ $scene == bridge ]]; then
-        start "$name sender.log" ndi-send --quiet --name "$name in" --size 1920x1080 --rate 60 "$@"
+        NDI_LOCAL_SEND_MS='' start "$name sender.log" ndi-send --quiet --name "$name in" --size 1920x1080 --rate 60 "$@"
         arguments=("$name in" "$name")
     fi
     start "$name host.log" tavrin-host --quiet "$root/examples/$scene.qml" "${arguments[@]}"

@@ -6,7 +6,12 @@ late=$1/bench/late.sh
 bin=$scratch/build/bin
 mkdir -p "$bin" "$scratch/build/ndi-local"
 
-printf '#!/bin/bash\nexec sleep 60\n' | tee "$bin/ndi-send" >"$bin/tavrin-host"
+# Programs that note how long their sends of pictures are to take.
+tee "$bin/ndi-send" >"$bin/tavrin-host" <<END
+#!/bin/bash
+echo "\${0##*/} \${NDI_LOCAL_SEND_MS:-0}" >>"$scratch/sends"
+exec sleep 60
+END
 again=: # what a receiver does first when it looks at a sender once more
 # figures FPS LATENCY OFFSET [LATER]: of all senders; the latency is LATER when a sender is looked at once more.
 figures() {
@@ -34,6 +39,8 @@ for line in '^send     in the beginning  *60.25        5.50          -1.5 ' '^se
     expect "the table has a line like '$line'" says "$line"
 done
 expect "no goal is missed" [ "$(grep -c MISSED "$scratch/output")" = 0 ]
+expect "hosts send slowly, and no sender before them" \
+    [ "$(sort -u "$scratch/sends" | xargs)" = 'ndi-send 0 tavrin-host 0 tavrin-host 30' ]
 
 figures 60 5.5 1 60
 look --hold-ups 0.1 --slow-seconds 0 --clock-seconds 0
