@@ -79,13 +79,16 @@ Arrivals arrivalsFrom(const TestReceiver &receiver, std::int64_t from, double se
 testing::AssertionResult arrives(const TestReceiver &receiver, std::int64_t from, double seconds,
                                  const std::function<bool(const Arrivals &)> &asItShould)
 {
-    constexpr int windows = 4;
+    constexpr int windows = 5;
+    bool wasAsItShould = false;
     auto failure = testing::AssertionFailure();
     for (int window = 0; window < windows; ++window) {
         const Arrivals arrivals = arrivalsFrom(receiver, window == 0 ? from : secondsFromNow(0), seconds);
-        if (asItShould(arrivals))
+        const bool isAsItShould = asItShould(arrivals);
+        if (isAsItShould && wasAsItShould)
             return testing::AssertionSuccess();
-        failure << "[" << arrivals << "] ";
+        wasAsItShould = isAsItShould;
+        failure << (isAsItShould ? "[as it should: " : "[") << arrivals << "] ";
     }
     return failure;
 }

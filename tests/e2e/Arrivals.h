@@ -23,8 +23,8 @@ std::ostream &operator<<(std::ostream &stream, const Arrivals &arrivals);
 // picture comes. The receiver has to keep as much.
 Arrivals arrivalsFrom(const TestReceiver &receiver, std::int64_t from, double seconds);
 
-// Whether that holds in the window from a time on, or in one of the next three: a machine that has much else to do is
-// late now and then, but not in each of four windows. A sink that was given too much stays as late as it is.
+// Whether that holds in two windows one after the other, of five from a time on: a machine that has much else to do is
+// late now and then, but not all the time. A sink that was given too much stays as late as it is, or gets later.
 testing::AssertionResult arrives(const TestReceiver &receiver, std::int64_t from, double seconds,
                                  const std::function<bool(const Arrivals &)> &asItShould);
 

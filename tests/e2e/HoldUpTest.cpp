@@ -17,7 +17,7 @@ namespace
 
 constexpr double FrameMs = 1000.0 / 60;
 constexpr double NoiseMs = 20;    // of a machine that has much else to do
-constexpr std::size_t Kept = 400; // more than is looked at of one hold-up
+constexpr std::size_t Kept = 500; // more than is looked at of one hold-up
 
 constexpr char PatternScene[] = R"qml(
     import QtQml 2.15
