@@ -13,7 +13,7 @@ struct Faults {
     std::chrono::milliseconds sendTime{0}; // that a video frame takes a sender at least
     std::chrono::seconds deafTime{0};      // after another finder, one that is made hears nothing
     std::chrono::milliseconds jitter{0};   // the most that a frame arrives late
-    std::int64_t lossPeriod = 0;           // each so-manieth video frame is lost; 0: none
+    std::int64_t lossPeriod = 0;           // every n-th video frame is lost; 0: none
     std::string description;               // the variables that are on, as they stand
 };
 
