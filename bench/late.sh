@@ -94,16 +94,20 @@ report() {
 }
 
 # start_scene SCENE NAME [OPTION...]: a host that sends NAME, for bridge with an ndi-send of those options before it; leaves
-# the host's process id in $host. Slow sends (NDI_LOCAL_SEND_MS) are the host's alone.
+# the host's process id in $host. Sends of its pictures, and of nobody else's, take $host_send_ms.
+host_send_ms=
 start_scene() {
     local scene=$1 name=$2
+    # Neither name contains the other: programs look for a part of a name, and the bridge passes over its own.
+    local input=${name/Late/Input}
     local -a arguments=("$name")
     shift 2
     if [[ $scene == bridge ]]; then
-        NDI_LOCAL_SEND_MS='' start "$name sender.log" ndi-send --quiet --name "$name in" --size 1920x1080 --rate 60 "$@"
-        arguments=("$name in" "$name")
+        start "$name sender.log" ndi-send --quiet --name "$input" --size 1920x1080 --rate 60 "$@"
+        arguments=("$input" "$name")
     fi
-    start "$name host.log" tavrin-host --quiet "$root/examples/$scene.qml" "${arguments[@]}"
+    NDI_LOCAL_SEND_MS=$host_send_ms start "$name host.log" \
+        tavrin-host --quiet "$root/examples/$scene.qml" "${arguments[@]}"
     host=$!
 }
 
@@ -128,8 +132,8 @@ undisturbed_and_held_up() {
 
 # slow_sends SCENE
 slow_sends() {
-    local scene=$1 name="Late $$ slow $1" host before stretch
-    NDI_LOCAL_SEND_MS=30 start_scene "$scene" "$name"
+    local scene=$1 name="Late $$ slow $1" host_send_ms=30 host before stretch
+    start_scene "$scene" "$name"
     watch "$name" "$host"
     before=$memory
     for stretch in 1 2; do
