@@ -11,7 +11,7 @@ Q_LOGGING_CATEGORY(lcHost, "Tavrin.Host", QtWarningMsg)
 
 QString nodeName(const MediaNode *node)
 {
-    const QString name = node->property("name").toString();
+    QString name = node->property("name").toString();
     if (!name.isEmpty())
         return name;
     // A scene that adds properties to a type makes a class of its own of it: "NDISource_QML_7".
