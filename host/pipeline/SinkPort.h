@@ -34,7 +34,7 @@ public:
         std::function<void()> needsClock;
     };
 
-    // The activity is that of the media sink, for all of its ports. The name is for the log.
+    // The activity is that of the media sink, for all of its ports. The name is for the figures.
     SinkPort(IMFStreamSink *sink, Callbacks callbacks,
              std::shared_ptr<SinkActivity> activity = std::make_shared<SinkActivity>(), const QString &name = {});
     ~SinkPort();
